@@ -79,7 +79,9 @@ CapturingLog::CapturingLog() {
   });
 }
 
-CapturingLog::~CapturingLog() { SystemLog::setSink(std::move(previous_)); }
+CapturingLog::~CapturingLog() {
+  SystemLog::setSink(std::move(previous_));
+}
 
 std::vector<std::string> CapturingLog::messages() const {
   std::lock_guard lock(mutex_);
