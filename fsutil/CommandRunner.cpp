@@ -119,6 +119,10 @@ void checkSpawnCall(int err, const char* what) {
 int waitForExit(pid_t pid) {
   int status = 0;
   if (retryOnEintr([&] { return ::waitpid(pid, &status, 0); }) < 0) {
+    // With SIGCHLD ignored elsewhere in the process the kernel reaps the
+    // child itself; the output is complete, only the status is lost.
+    if (errno == ECHILD)
+      return kExitStatusUnknown;
     throw Exception::fromErrno("waitpid", std::to_string(pid), errno);
   }
   if (WIFSIGNALED(status))

@@ -6,10 +6,14 @@
 // Runs one program to completion and captures what it prints.
 namespace qrl::fsutil {
 
+// The exit status when the child was reaped by someone else (SIGCHLD ignored).
+inline constexpr int kExitStatusUnknown = -1;
+
 struct CommandOutput {
   std::string standardOutput;
   std::string standardError;
-  // The exit code, or 128 plus the signal number when a signal ended it.
+  // The exit code, 128 plus the signal number when a signal ended it, or
+  // kExitStatusUnknown.
   int exitStatus = 0;
 };
 

@@ -61,6 +61,18 @@ TEST(CommandRunner, ChildInheritsOnlyTheStandardStreams) {
   EXPECT_EQ(count, 3);
 }
 
+TEST(CommandRunner, KeepsOutputWhenChildrenAreReapedElsewhere) {
+  struct sigaction ignore {};
+  ignore.sa_handler = SIG_IGN;
+  sigemptyset(&ignore.sa_mask);
+  struct sigaction previous {};
+  ASSERT_EQ(::sigaction(SIGCHLD, &ignore, &previous), 0);
+  const CommandOutput result = runCommand("/bin/sh", {"-c", "echo reaped; exit 2"});
+  ::sigaction(SIGCHLD, &previous, nullptr);
+  EXPECT_EQ(result.standardOutput, "reaped\n");
+  EXPECT_EQ(result.exitStatus, kExitStatusUnknown);
+}
+
 void ignoreSignal(int) {}
 
 TEST(CommandRunner, SurvivesInterruptingSignals) {
