@@ -45,8 +45,11 @@ class QRLQTTimecodeAttributeWrapper : public archive::Object {
   int32_t fontSize() const { return fontSize_; }
   void setFontSize(int32_t fontSize) { fontSize_ = fontSize; }
 
-  friend bool operator==(const QRLQTTimecodeAttributeWrapper&,
-                         const QRLQTTimecodeAttributeWrapper&) = default;
+  friend bool operator==(const QRLQTTimecodeAttributeWrapper& a,
+                         const QRLQTTimecodeAttributeWrapper& b) {
+    return a.startTimecode_ == b.startTimecode_ && a.frameRate_ == b.frameRate_ &&
+           a.fontSize_ == b.fontSize_;
+  }
 
  protected:
   void addBaseEntries(archive::Value::Dictionary& dictionary) const;

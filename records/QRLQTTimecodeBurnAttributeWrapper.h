@@ -46,8 +46,14 @@ class QRLQTTimecodeBurnAttributeWrapper : public QRLQTTimecodeAttributeWrapper {
   archive::Point burnOrigin() const { return burnOrigin_; }
   void setBurnOrigin(archive::Point burnOrigin) { burnOrigin_ = burnOrigin; }
 
-  friend bool operator==(const QRLQTTimecodeBurnAttributeWrapper&,
-                         const QRLQTTimecodeBurnAttributeWrapper&) = default;
+  friend bool operator==(const QRLQTTimecodeBurnAttributeWrapper& a,
+                         const QRLQTTimecodeBurnAttributeWrapper& b) {
+    return static_cast<const QRLQTTimecodeAttributeWrapper&>(a) ==
+               static_cast<const QRLQTTimecodeAttributeWrapper&>(b) &&
+           a.fontColor_ == b.fontColor_ &&
+           a.letterboxBackgroundColor_ == b.letterboxBackgroundColor_ &&
+           a.burnOrigin_ == b.burnOrigin_;
+  }
 
  private:
   std::optional<archive::Color> fontColor_;

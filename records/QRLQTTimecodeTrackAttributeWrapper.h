@@ -19,8 +19,12 @@ class QRLQTTimecodeTrackAttributeWrapper : public QRLQTTimecodeAttributeWrapper 
   bool showTimecode() const { return showTimecode_; }
   void setShowTimecode(bool showTimecode) { showTimecode_ = showTimecode; }
 
-  friend bool operator==(const QRLQTTimecodeTrackAttributeWrapper&,
-                         const QRLQTTimecodeTrackAttributeWrapper&) = default;
+  friend bool operator==(const QRLQTTimecodeTrackAttributeWrapper& a,
+                         const QRLQTTimecodeTrackAttributeWrapper& b) {
+    return static_cast<const QRLQTTimecodeAttributeWrapper&>(a) ==
+               static_cast<const QRLQTTimecodeAttributeWrapper&>(b) &&
+           a.showTimecode_ == b.showTimecode_;
+  }
 
  private:
   bool showTimecode_ = true;

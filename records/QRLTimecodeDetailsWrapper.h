@@ -37,8 +37,10 @@ class QRLTimecodeDetailsWrapper : public archive::Object {
   const std::optional<std::string>& startTimecode() const { return startTimecode_; }
   void setStartTimecode(std::optional<std::string> tc) { startTimecode_ = std::move(tc); }
 
-  friend bool operator==(const QRLTimecodeDetailsWrapper&,
-                         const QRLTimecodeDetailsWrapper&) = default;
+  friend bool operator==(const QRLTimecodeDetailsWrapper& a, const QRLTimecodeDetailsWrapper& b) {
+    return a.frameRate_ == b.frameRate_ && a.sourceFilePath_ == b.sourceFilePath_ &&
+           a.startTimecode_ == b.startTimecode_;
+  }
 
  private:
   uint32_t frameRate_ = kInitialFrameRate;

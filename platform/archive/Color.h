@@ -44,7 +44,10 @@ class Color final : public Object {
   std::span<const std::string_view> classChain() const override;
   void encodeWithCoder(KeyedArchiver& coder) const override;
 
-  friend bool operator==(const Color&, const Color&) = default;
+  friend bool operator==(const Color& a, const Color& b) {
+    return a.space_ == b.space_ && a.red_ == b.red_ && a.green_ == b.green_ && a.blue_ == b.blue_ &&
+           a.alpha_ == b.alpha_;
+  }
 
  private:
   Color(Space space, float r, float g, float b, float a)
