@@ -1,0 +1,58 @@
+// qrl: the command-line parent application. Each subcommand lives in its own source file;
+// add it to the table below and declare it in Command.h.
+#include <iostream>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "apps/qrl/Command.h"
+
+namespace {
+
+using qrl::app::Command;
+
+constexpr Command kCommands[] = {
+    {"timecode", "convert, check and count timecodes with the timecode engine",
+     qrl::app::runTimecodeCommand},
+    {"demo", "show the timecode engine at work on a few examples", qrl::app::runDemoCommand},
+};
+
+void printUsage(std::ostream& out) {
+  out << "usage: qrl <command> [arguments]\n\n"
+         "Work with movies and timecodes through the conduit.\n\n"
+         "commands:\n";
+  for (const auto& command : kCommands) {
+    out << "  " << command.name << std::string(12 - command.name.size(), ' ') << command.summary
+        << "\n";
+  }
+  out << "\nRun 'qrl <command> --help' for a command's arguments.\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<std::string> args(argv + std::min(argc, 1), argv + argc);
+  if (args.empty()) {
+    printUsage(std::cerr);
+    return qrl::app::kExitUsage;
+  }
+  const std::string& name = args.front();
+  if (name == "--help" || name == "-h" || name == "help") {
+    printUsage(std::cout);
+    return qrl::app::kExitOk;
+  }
+  for (const auto& command : kCommands) {
+    if (command.name == name) {
+      std::vector<std::string> rest(args.begin() + 1, args.end());
+      try {
+        return command.run(rest, std::cout, std::cerr);
+      } catch (const std::exception& e) {
+        std::cerr << "qrl " << name << ": " << e.what() << "\n";
+        return qrl::app::kExitFailed;
+      }
+    }
+  }
+  std::cerr << "qrl: unknown command '" << name << "'\n\n";
+  printUsage(std::cerr);
+  return qrl::app::kExitUsage;
+}

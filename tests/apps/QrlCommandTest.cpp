@@ -1,0 +1,155 @@
+// Runs the built qrl program and checks its output and exit status.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Outcome {
+  int status = -1;
+  std::string out, err;
+};
+
+std::string slurp(const std::string& path) {
+  std::ifstream in(path);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+Outcome qrl(std::vector<std::string> args) {
+  char outPath[] = "/tmp/qrl-test-out-XXXXXX";
+  char errPath[] = "/tmp/qrl-test-err-XXXXXX";
+  int outFd = mkstemp(outPath);
+  int errFd = mkstemp(errPath);
+  EXPECT_GE(outFd, 0);
+  EXPECT_GE(errFd, 0);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, outFd, STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, errFd, STDERR_FILENO);
+  args.insert(args.begin(), QRL_PROGRAM);
+  std::vector<char*> argv;
+  for (auto& arg : args) {
+    argv.push_back(arg.data());
+  }
+  argv.push_back(nullptr);
+  Outcome run;
+  pid_t pid = 0;
+  int spawned = posix_spawn(&pid, QRL_PROGRAM, &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  EXPECT_EQ(spawned, 0) << "cannot start " << QRL_PROGRAM;
+  int waitStatus = 0;
+  if (spawned == 0 && waitpid(pid, &waitStatus, 0) == pid && WIFEXITED(waitStatus)) {
+    run.status = WEXITSTATUS(waitStatus);
+  }
+  close(outFd);
+  close(errFd);
+  run.out = slurp(outPath);
+  run.err = slurp(errPath);
+  unlink(outPath);
+  unlink(errPath);
+  return run;
+}
+
+TEST(QrlProgram, HelpListsEveryCommand) {
+  Outcome run = qrl({"--help"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_NE(run.out.find("timecode"), std::string::npos);
+  EXPECT_NE(run.out.find("demo"), std::string::npos);
+  for (const char* command : {"timecode", "demo"}) {
+    Outcome help = qrl({command, "--help"});
+    EXPECT_EQ(help.status, 0) << command;
+    EXPECT_NE(help.out.find("usage: qrl " + std::string(command)), std::string::npos) << command;
+  }
+  EXPECT_EQ(qrl({}).status, 2);
+  Outcome unknown = qrl({"frobnicate"});
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_NE(unknown.err.find("unknown command 'frobnicate'"), std::string::npos);
+}
+
+TEST(QrlProgram, TimecodeSubcommandsAnswerOnStandardOutput) {
+  struct Row {
+    std::vector<std::string> args;
+    std::string out;
+  } rows[] = {
+      {{"timecode", "from-frames", "17982", "--rate", "29.97", "--drop"}, "00:10:00;00\n"},
+      {{"timecode", "from-frames", "17982", "--rate=30"}, "00:09:59:12\n"},
+      {{"timecode", "from-frames", "100", "--rate", "PAL"}, "00:00:04:00\n"},
+      {{"timecode", "to-frames", "00:10:00;00", "--rate", "30"}, "17982\n"},
+      {{"timecode", "to-frames", "00:10:00;00", "--rate", "29.97"}, "17964\n"},
+      {{"timecode", "to-frames", "01:00:00:00", "--rate", "25p"}, "90000\n"},
+      {{"timecode", "validate", "01:02:03;04"}, "01:02:03;04: valid, drop-frame\n"},
+      {{"timecode", "validate", "99:99:99:99"}, "99:99:99:99: valid, non-drop-frame\n"},
+      {{"timecode", "reverse", "01:02:03;04"}, "04;03:02:01\n"},
+      {{"timecode", "series", "--start", "00:00:59;29", "--count", "3", "--rate", "29.97"},
+       "00:00:59;29\n00:00:60;00\n00:00:60;01\n"},
+      {{"timecode", "series", "--start", "00:00:00:00", "--count", "0", "--rate", "30"}, ""},
+  };
+  for (const auto& row : rows) {
+    Outcome run = qrl(row.args);
+    EXPECT_EQ(run.status, 0) << row.args[1] << " " << row.args[2] << "\n" << run.err;
+    EXPECT_EQ(run.out, row.out) << row.args[1] << " " << row.args[2];
+    EXPECT_EQ(run.err, "");
+  }
+}
+
+TEST(QrlProgram, BadInputIsRefusedWithAReason) {
+  struct Row {
+    std::vector<std::string> args;
+    int status;
+    std::string message;
+  } rows[] = {
+      {{"timecode", "validate", "1:02:03:04"}, 1, "'1:02:03:04' is not a timecode"},
+      {{"timecode", "reverse", "1:2:3:4"}, 1, "does not hold four pairs"},
+      {{"timecode", "from-frames", "10", "--rate", "48"},
+       1,
+       "no frame-rate code matches the rate 48"},
+      {{"timecode", "from-frames", "10", "--rate", "fast"}, 1, "'fast' is not a frame rate"},
+      {{"timecode", "from-frames", "10", "--rate", "-30"}, 1, "'-30' is not a frame rate"},
+      {{"timecode", "from-frames", "ten", "--rate", "30"}, 2, "must be a whole number"},
+      {{"timecode", "from-frames", "99999999999", "--rate", "30"}, 2, "must be a whole number"},
+      {{"timecode", "from-frames", "10"}, 2, "--rate is required"},
+      {{"timecode", "from-frames", "10", "--rate"}, 2, "--rate needs a value"},
+      {{"timecode", "from-frames", "10", "--rate", "30", "--speed", "2"},
+       2,
+       "unknown option --speed"},
+      {{"timecode", "to-frames", "00:10:00", "--rate", "30"}, 1, "is not a timecode"},
+      {{"timecode", "series", "--start", "00:00:00:00", "--count", "-1", "--rate", "30"},
+       2,
+       "--count must be between 0 and 1000000"},
+      {{"timecode", "series", "--start", "junk", "--count", "3", "--rate", "30"},
+       1,
+       "'junk' is not a timecode"},
+      {{"timecode", "series", "--count", "3", "--rate", "30"},
+       2,
+       "--start and --count are required"},
+      {{"timecode", "wobble"}, 2, "unknown subcommand 'wobble'"},
+      {{"demo", "extra"}, 2, "unexpected argument 'extra'"},
+  };
+  for (const auto& row : rows) {
+    Outcome run = qrl(row.args);
+    EXPECT_EQ(run.status, row.status) << row.message;
+    EXPECT_NE(run.err.find(row.message), std::string::npos) << "stderr was: " << run.err;
+    EXPECT_EQ(run.out, "") << row.message;
+  }
+}
+
+TEST(QrlProgram, DemoShowsTheMinuteBoundaryAtTwentyNineNinetySeven) {
+  Outcome run = qrl({"demo"});
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_NE(run.out.find("00:00:59;29 00:01:00;00"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("00:00:60;00"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("17964"), std::string::npos) << run.out;
+}
+
+}  // namespace
