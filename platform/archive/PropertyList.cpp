@@ -151,23 +151,52 @@ class BinaryDepthCheck {
 
 Value fromNode(plist_t node, int depth);
 
+// Strings are UTF-8 in memory; bytes that are not (an "ASCII" string with high
+// bytes, say) would not write back the same, so they are refused on reading.
+bool isUtf8(std::string_view s) {
+  size_t i = 0;
+  while (i < s.size()) {
+    auto c = static_cast<uint8_t>(s[i]);
+    size_t more = c < 0x80                  ? 0
+                  : (c >= 0xC2 && c < 0xE0) ? 1
+                  : (c & 0xF0) == 0xE0      ? 2
+                  : (c >= 0xF0 && c < 0xF5) ? 3
+                                            : 4;
+    if (more == 4 || more >= s.size() - i) {
+      if (more != 0)
+        return false;
+    }
+    for (size_t k = 1; k <= more; ++k) {
+      if ((static_cast<uint8_t>(s[i + k]) & 0xC0) != 0x80)
+        return false;
+    }
+    i += more + 1;
+  }
+  return true;
+}
+
+std::string checkedString(const char* p, uint64_t len) {
+  std::string s(p ? p : "", p ? len : 0);
+  if (!isUtf8(s))
+    throw Exception::parse("property list: a string is not valid UTF-8");
+  return s;
+}
+
 Value dictionaryFromNode(plist_t node, int depth) {
   Value::Dictionary d;
-  plist_dict_iter it = nullptr;
-  plist_dict_new_iter(node, &it);
+  plist_dict_iter raw = nullptr;
+  plist_dict_new_iter(node, &raw);
+  std::unique_ptr<void, decltype(&std::free)> it(raw, &std::free);
   for (;;) {
-    char* key = nullptr;
+    char* rawKey = nullptr;
     plist_t item = nullptr;
-    plist_dict_next_item(node, it, &key, &item);
-    if (item == nullptr) {
-      std::free(key);
+    plist_dict_next_item(node, it.get(), &rawKey, &item);
+    std::unique_ptr<char, decltype(&std::free)> key(rawKey, &std::free);
+    if (item == nullptr)
       break;
-    }
-    std::string k = key ? key : "";
-    std::free(key);
+    std::string k = checkedString(key.get(), key ? std::strlen(key.get()) : 0);
     d.insert_or_assign(std::move(k), fromNode(item, depth + 1));
   }
-  std::free(it);
   // XML keeps UIDs as {"CF$UID": n}; libplist 2.2 does not turn them back.
   if (d.size() == 1) {
     auto uid = d.begin();
@@ -203,7 +232,7 @@ Value fromNode(plist_t node, int depth) {
     case PLIST_KEY: {
       uint64_t len = 0;
       const char* p = plist_get_string_ptr(node, &len);
-      return Value(std::string(p ? p : "", p ? len : 0));
+      return Value(checkedString(p, len));
     }
     case PLIST_DATA: {
       uint64_t len = 0;

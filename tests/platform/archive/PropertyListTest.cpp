@@ -137,6 +137,10 @@ TEST(PropertyList, MalformedInputIsAParseError) {
       {"bad trailer", badTrailer, ""},
       {"deep nesting", nestedArrays(5000, false), "nested too deeply"},
       {"cycle", nestedArrays(3, true), "refers to itself"},
+      {"string not UTF-8",
+       Data{'<', 'p', 'l', 'i', 's', 't', '>', '<', 's', 't', 'r', 'i', 'n', 'g', '>', 0xFF, '<',
+            '/', 's', 't', 'r', 'i', 'n', 'g', '>', '<', '/', 'p', 'l', 'i', 's', 't', '>'},
+       "UTF-8"},
       {"unclosed xml", Data{'<', 'p', 'l', 'i', 's', 't', '>', '<', 'a', 'r', 'r', 'a', 'y', '>'},
        ""},
   };
