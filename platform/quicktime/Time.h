@@ -45,8 +45,10 @@ struct Time {
     }
     Wide l = static_cast<Wide>(a.value) * b.scale;
     Wide r = static_cast<Wide>(b.value) * a.scale;
-    if (l < r) return std::strong_ordering::less;
-    if (l > r) return std::strong_ordering::greater;
+    if (l < r)
+      return std::strong_ordering::less;
+    if (l > r)
+      return std::strong_ordering::greater;
     return std::strong_ordering::equal;
   }
   friend constexpr bool operator==(const Time& a, const Time& b) {

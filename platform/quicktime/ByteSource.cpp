@@ -1,0 +1,96 @@
+#include "platform/quicktime/ByteSource.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "platform/process/Exception.h"
+
+namespace qrl::quicktime {
+namespace {
+
+class FileSource : public ByteSource {
+ public:
+  FileSource(int fd, uint64_t size, std::string path)
+      : fd_(fd), size_(size), path_(std::move(path)) {}
+  ~FileSource() override { ::close(fd_); }
+  FileSource(const FileSource&) = delete;
+  FileSource& operator=(const FileSource&) = delete;
+
+  uint64_t size() const override { return size_; }
+
+  void read(uint64_t offset, std::span<uint8_t> out) const override {
+    if (offset > size_ || out.size() > size_ - offset) {
+      throw Exception::io("read " + path_ + ": " + std::to_string(out.size()) +
+                          " bytes at offset " + std::to_string(offset) + " lie past its end (" +
+                          std::to_string(size_) + " bytes)");
+    }
+    size_t done = 0;
+    while (done < out.size()) {
+      ssize_t n =
+          ::pread(fd_, out.data() + done, out.size() - done, static_cast<off_t>(offset + done));
+      if (n < 0 && errno == EINTR)
+        continue;
+      if (n < 0)
+        throw Exception::fromErrno("read", path_, errno);
+      if (n == 0)
+        throw Exception::io("read " + path_ + ": file shrank while reading");
+      done += static_cast<size_t>(n);
+    }
+  }
+
+ private:
+  int fd_;
+  uint64_t size_;
+  std::string path_;
+};
+
+class MemorySource : public ByteSource {
+ public:
+  explicit MemorySource(std::vector<uint8_t> bytes) : bytes_(std::move(bytes)) {}
+
+  uint64_t size() const override { return bytes_.size(); }
+
+  void read(uint64_t offset, std::span<uint8_t> out) const override {
+    if (offset > bytes_.size() || out.size() > bytes_.size() - offset) {
+      throw Exception::io("read: " + std::to_string(out.size()) + " bytes at offset " +
+                          std::to_string(offset) + " lie past the end of the data");
+    }
+    std::memcpy(out.data(), bytes_.data() + offset, out.size());
+  }
+
+ private:
+  std::vector<uint8_t> bytes_;
+};
+
+}  // namespace
+
+std::unique_ptr<ByteSource> ByteSource::openFile(const std::filesystem::path& path) {
+  int fd;
+  do {
+    fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  } while (fd < 0 && errno == EINTR);
+  if (fd < 0)
+    throw Exception::fromErrno("open", path.string(), errno);
+  struct stat st {};
+  if (::fstat(fd, &st) != 0) {
+    int err = errno;
+    ::close(fd);
+    throw Exception::fromErrno("stat", path.string(), err);
+  }
+  if (!S_ISREG(st.st_mode)) {
+    ::close(fd);
+    throw Exception::io("open " + path.string() + ": not a regular file");
+  }
+  return std::make_unique<FileSource>(fd, static_cast<uint64_t>(st.st_size), path.string());
+}
+
+std::unique_ptr<ByteSource> ByteSource::fromBytes(std::vector<uint8_t> bytes) {
+  return std::make_unique<MemorySource>(std::move(bytes));
+}
+
+}  // namespace qrl::quicktime

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "platform/quicktime/FullAtom.h"
+
+namespace qrl::quicktime {
+
+// 'stts': runs of samples with equal decode durations.
+class TimeToSampleAtom : public FullAtom {
+ public:
+  static constexpr uint32_t kType = 0x73747473;  // stts
+
+  struct Entry {
+    uint32_t count = 0;
+    uint32_t delta = 0;  // media time scale
+    friend bool operator==(const Entry&, const Entry&) = default;
+  };
+
+  TimeToSampleAtom() : FullAtom(kType, 0, 0) {}
+  static std::unique_ptr<TimeToSampleAtom> parse(ByteReader& in);
+
+  const std::vector<Entry>& entries() const { return entries_; }
+  void setEntries(std::vector<Entry> entries) { entries_ = std::move(entries); }
+
+ protected:
+  uint64_t fieldsSize() const override { return 4 + 8 * entries_.size(); }
+  void writeFields(ByteWriter& out) const override;
+
+ private:
+  std::vector<Entry> entries_;
+};
+
+}  // namespace qrl::quicktime
