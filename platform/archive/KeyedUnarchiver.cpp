@@ -1,5 +1,6 @@
 #include "platform/archive/KeyedUnarchiver.h"
 
+#include <initializer_list>
 #include <limits>
 
 #include "platform/archive/KeyedArchiver.h"
@@ -12,6 +13,14 @@ namespace qrl::archive {
 namespace {
 
 constexpr uint8_t kUnseen = 0, kDecoding = 1, kDone = 2;
+
+// Joins message parts; GCC 12 misreads chains of literal + std::string at -O3.
+std::string text(std::initializer_list<std::string_view> parts) {
+  std::string s;
+  for (std::string_view p : parts)
+    s.append(p);
+  return s;
+}
 
 std::string escapedKey(std::string_view key) {
   std::string k;
@@ -131,16 +140,16 @@ bool KeyedUnarchiver::containsValueForKey(std::string_view key) const {
 ObjectPtr KeyedUnarchiver::objectAt(const Value& reference, std::string_view where) {
   auto uid = reference.uid();
   if (!uid) {
-    return fail("\"" + std::string(where) + "\" holds a " + std::string(reference.typeName()) +
-                ", not an object reference");
+    return fail(
+        text({"\"", where, "\" holds a ", reference.typeName(), ", not an object reference"}));
   }
   uint64_t index = uid->index;
   if (index == 0)
     return nullptr;
   if (index >= objects_.size()) {
-    return fail("reference " + std::to_string(index) + " under \"" + std::string(where) +
-                "\" is out of range (the archive has " + std::to_string(objects_.size()) +
-                " objects)");
+    return fail(text({"reference ", std::to_string(index), " under \"", where,
+                      "\" is out of range (the archive has ", std::to_string(objects_.size()),
+                      " objects)"}));
   }
   if (state_[index] == kDone)
     return decoded_[index];
@@ -183,7 +192,8 @@ std::optional<std::string> KeyedUnarchiver::className(uint64_t index, const Valu
     fail(where + " has a class description without $classname");
     return std::nullopt;
   }
-  if (name->string() == nullptr) {
+  const std::string* nameText = name->string();
+  if (nameText == nullptr) {
     fail(where + " has a $classname that is a " + std::string(name->typeName()) + ", not a string");
     return std::nullopt;
   }
@@ -198,7 +208,7 @@ std::optional<std::string> KeyedUnarchiver::className(uint64_t index, const Valu
       return std::nullopt;
     }
   }
-  return *name->string();
+  return std::optional<std::string>(std::in_place, *nameText);
 }
 
 ObjectPtr KeyedUnarchiver::decodeEntry(uint64_t index) {
