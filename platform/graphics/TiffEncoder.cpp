@@ -1,6 +1,7 @@
 #include "platform/graphics/TiffEncoder.h"
 
 #include <tiffio.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cstdarg>
@@ -12,6 +13,7 @@
 #include <string>
 #include <tuple>
 
+#include "platform/graphics/SparseDeflate.h"
 #include "platform/process/Exception.h"
 
 namespace qrl::graphics {
@@ -188,6 +190,47 @@ StripBytes emptyStrip(uint32_t width, uint32_t rows, const TiffOptions& options)
   return bytes;
 }
 
+struct DeflateStream {
+  z_stream stream{};
+  int level = -1;
+
+  DeflateStream() = default;
+  DeflateStream(const DeflateStream&) = delete;
+  DeflateStream& operator=(const DeflateStream&) = delete;
+  ~DeflateStream() {
+    if (level >= 0)
+      deflateEnd(&stream);
+  }
+};
+
+// Compresses a strip as a zlib stream, which is what Adobe Deflate TIFF holds,
+// for rows too wide for sparseDeflate. The run-length strategy suits rows
+// that are mostly zero; the stream's state is kept per thread.
+void deflateStrip(const std::vector<uint8_t>& raw, int level, std::vector<uint8_t>& out) {
+  thread_local DeflateStream deflater;
+  z_stream& z = deflater.stream;
+  if (deflater.level != level) {
+    if (deflater.level >= 0)
+      deflateEnd(&z);
+    z = z_stream{};
+    if (deflateInit2(&z, level, Z_DEFLATED, 15, 8, Z_RLE) != Z_OK) {
+      deflater.level = -1;
+      throw Exception::io("cannot start zlib compression");
+    }
+    deflater.level = level;
+  } else {
+    deflateReset(&z);
+  }
+  out.resize(deflateBound(&z, static_cast<uLong>(raw.size())));
+  z.next_in = const_cast<Bytef*>(raw.data());
+  z.avail_in = static_cast<uInt>(raw.size());
+  z.next_out = out.data();
+  z.avail_out = static_cast<uInt>(out.size());
+  if (deflate(&z, Z_FINISH) != Z_STREAM_END)
+    throw Exception::io("zlib compression failed");
+  out.resize(out.size() - z.avail_out);
+}
+
 void checkOptions(const Image& image, const TiffOptions& options) {
   if (image.width() == 0 || image.height() == 0) {
     throw Exception::range("cannot write an empty image (" + std::to_string(image.width()) + "x" +
@@ -221,6 +264,7 @@ std::vector<uint8_t> TiffEncoder::encode(const Image& image, const TiffOptions& 
     setTags(tiff.get(), file, width, height, rowsPerStrip, options);
     const size_t rowBytes = static_cast<size_t>(width) * kBytesPerPixel;
     std::vector<uint8_t> strip;
+    std::vector<uint8_t> compressed;
     const uint32_t strips = (height + rowsPerStrip - 1) / rowsPerStrip;
     for (uint32_t index = 0; index < strips; ++index) {
       const uint32_t first = index * rowsPerStrip;
@@ -242,10 +286,27 @@ std::vector<uint8_t> TiffEncoder::encode(const Image& image, const TiffOptions& 
                             std::span<uint8_t>(strip.data() + r * rowBytes, rowBytes),
                             AlphaMode::Straight);
       }
-      if (TIFFWriteEncodedStrip(tiff.get(), index, strip.data(),
-                                static_cast<tmsize_t>(strip.size())) < 0) {
-        failTiff(file, "strip " + std::to_string(index));
+      tmsize_t written = 0;
+      if (options.compression == TiffCompression::Deflate &&
+          rowBytes <= detail::kSparseDeflateMaximumRowBytes) {
+        const detail::StripContent stripContent{
+            static_cast<size_t>(std::max<int64_t>(content.row - int64_t{first}, 0)),
+            static_cast<size_t>(std::min<int64_t>(content.endRow() - int64_t{first}, rows)),
+            static_cast<size_t>(content.column) * kBytesPerPixel,
+            static_cast<size_t>(content.endColumn()) * kBytesPerPixel};
+        detail::sparseDeflate(strip.data(), rows, rowBytes, stripContent, compressed);
+        written = TIFFWriteRawStrip(tiff.get(), index, compressed.data(),
+                                    static_cast<tmsize_t>(compressed.size()));
+      } else if (options.compression == TiffCompression::Deflate) {
+        deflateStrip(strip, options.deflateLevel, compressed);
+        written = TIFFWriteRawStrip(tiff.get(), index, compressed.data(),
+                                    static_cast<tmsize_t>(compressed.size()));
+      } else {
+        written = TIFFWriteEncodedStrip(tiff.get(), index, strip.data(),
+                                        static_cast<tmsize_t>(strip.size()));
       }
+      if (written < 0)
+        failTiff(file, "strip " + std::to_string(index));
     }
     if (TIFFWriteDirectory(tiff.get()) != 1)
       failTiff(file, "directory");

@@ -14,7 +14,9 @@ struct TiffOptions {
   // Smaller strips let a line of text cost less; each empty strip still costs
   // its compressed bytes (about 80 for 8 rows of 1920 pixels with Deflate).
   int rowsPerStrip = 16;
-  // zlib level 1..9, used with Deflate.
+  // zlib level 1..9 for Deflate strips that zlib compresses: the empty-strip
+  // bytes, and drawn strips of images wider than 8192 pixels (narrower ones
+  // use a faster writer of our own made for sparse rows).
   int deflateLevel = 6;
 };
 

@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include "platform/graphics/Image.h"
+#include "platform/graphics/ImageDecoder.h"
 #include "platform/graphics/StringDrawing.h"
 #include "platform/graphics/TiffEncoder.h"
 
@@ -84,12 +85,39 @@ void BM_DrawTimecodeOnly(benchmark::State& state) {
 }
 BENCHMARK(BM_DrawTimecodeOnly)->Unit(benchmark::kMicrosecond);
 
+void BM_EncodeTimecodeFrame(benchmark::State& state) {
+  Image frame(kWidth, kHeight);
+  StringDrawing::drawAtPoint(kTimecode, frame, {100, 80}, burnAttributes());
+  for (auto _ : state)
+    benchmark::DoNotOptimize(TiffEncoder::encode(frame));
+}
+BENCHMARK(BM_EncodeTimecodeFrame)->Unit(benchmark::kMicrosecond);
+
+void BM_MakeFrameImage(benchmark::State& state) {
+  for (auto _ : state) {
+    Image frame(kWidth, kHeight);
+    frame.fillRect({{100, 80}, {300, 50}}, Color::whiteColor());
+    benchmark::DoNotOptimize(frame.pixels());
+  }
+}
+BENCHMARK(BM_MakeFrameImage)->Unit(benchmark::kMicrosecond);
+
 void BM_EncodeEmptyFrame(benchmark::State& state) {
   const Image frame(kWidth, kHeight);
   for (auto _ : state)
     benchmark::DoNotOptimize(TiffEncoder::encode(frame));
 }
 BENCHMARK(BM_EncodeEmptyFrame)->Unit(benchmark::kMicrosecond);
+
+// Reading an overlay frame back, as the renderer does for each frame.
+void BM_DecodeTimecodeFrame(benchmark::State& state) {
+  Image frame(kWidth, kHeight);
+  StringDrawing::drawAtPoint(kTimecode, frame, {100, 80}, burnAttributes());
+  const std::vector<uint8_t> tiff = TiffEncoder::encode(frame);
+  for (auto _ : state)
+    benchmark::DoNotOptimize(ImageDecoder::decode(tiff));
+}
+BENCHMARK(BM_DecodeTimecodeFrame)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 }  // namespace qrl::graphics
