@@ -37,6 +37,8 @@ double clamp01(double v) {
 
 // A whole-pixel box covering a rectangle already in memory coordinates.
 PixelBox coveringBox(double left, double top, double right, double bottom) {
+  if (std::isnan(left) || std::isnan(top) || std::isnan(right) || std::isnan(bottom))
+    return {};
   const double l = std::floor(left);
   const double t = std::floor(top);
   const double r = std::ceil(right);
@@ -286,10 +288,11 @@ void Image::drawImage(const Image& source, const Point& atPoint, const Rect& fro
   if (operation == CompositingOperation::SourceOver && drawn.isEmpty())
     return;
 
-  // Cairo needs a premultiplied source; convert a copy of a straight one.
+  // Cairo needs a premultiplied source that is not also the destination;
+  // otherwise draw from a copy.
   std::optional<Image> converted;
   const Image* premultiplied = &source;
-  if (source.mode_ != AlphaMode::Premultiplied) {
+  if (source.mode_ != AlphaMode::Premultiplied || &source == this) {
     converted = source.copy();
     converted->convertTo(AlphaMode::Premultiplied);
     premultiplied = &*converted;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <vector>
 
@@ -243,6 +244,20 @@ TEST(ImageTest, CopiesAreIndependentAndMovesEmptyTheSource) {
   Image moved = std::move(original);
   EXPECT_EQ(moved.pixelAt(1, 1), (Rgba8{255, 0, 0, 255}));
   EXPECT_EQ(original.width(), 0);  // NOLINT(bugprone-use-after-move): moved-from state is defined
+}
+
+TEST(ImageTest, IgnoresNonsenseGeometryAndDrawsIntoItself) {
+  Image image = solid(4, 4, kRed);
+  const float nan = std::nanf("");
+  image.fillRect({{nan, 0}, {2, 2}}, kBlue);
+  image.fillRect({{0, 0}, {nan, 2}}, kBlue);
+  image.drawImage(solid(2, 2, kBlue), {nan, nan}, 1.0);
+  EXPECT_EQ(image.pixelAt(0, 3), (Rgba8{255, 0, 0, 255}));
+
+  // The left half of itself, copied onto its right half.
+  image.fillRect({{0, 0}, {2, 4}}, kBlue);
+  image.drawImage(image, {2, 0}, Rect{{0, 0}, {2, 4}}, CompositingOperation::Copy, 1.0);
+  EXPECT_EQ(image.pixelAt(3, 0), (Rgba8{0, 0, 255, 255}));
 }
 
 TEST(ImageTest, PixelBoxOfClipsAndRoundsOutwards) {
