@@ -57,9 +57,10 @@ std::string replaceAll(std::string text, std::string_view from, std::string_view
 // placeholder in place of the clips' folder. QRL_UPDATE_GOLDEN=1 rewrites
 // the golden file instead.
 void expectGolden(const std::filesystem::path& written, const std::string& goldenName) {
-  std::filesystem::path golden =
-      std::filesystem::path(std::getenv("QRL_SOURCE_DIR") ? std::getenv("QRL_SOURCE_DIR") : ".") /
-      "tests/xmeml/golden" / goldenName;
+  const char* source = std::getenv("QRL_SOURCE_DIR");
+  std::filesystem::path golden = (source ? std::filesystem::path(source) / "tests/xmeml"
+                                         : std::filesystem::path(__FILE__).parent_path()) /
+                                 "golden" / goldenName;
   std::string actual = replaceAll(readText(written), Clips::shared().root().string(), kPlaceholder);
   if (const char* update = std::getenv("QRL_UPDATE_GOLDEN"); update && std::string(update) == "1") {
     testing::writeText(golden, actual);
