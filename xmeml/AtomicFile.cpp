@@ -16,8 +16,13 @@ namespace {
 
 std::filesystem::path temporarySibling(const std::filesystem::path& path) {
   static std::atomic<unsigned> counter{0};
-  std::string name = "." + path.filename().string() + ".tmp-" + std::to_string(::getpid()) + "-" +
-                     std::to_string(counter.fetch_add(1));
+  // Built by appending: GCC 12's -Wrestrict misfires on "." + std::string at -O3.
+  std::string name(".");
+  name.append(path.filename().string())
+      .append(".tmp-")
+      .append(std::to_string(::getpid()))
+      .append("-")
+      .append(std::to_string(counter.fetch_add(1)));
   return path.parent_path() / name;
 }
 

@@ -123,8 +123,9 @@ std::optional<std::string> QRLXmlUtility::stripValueFromInfo(const std::optional
 
 bool QRLXmlUtility::removeXMLNodeFromDocument(std::string_view tag, XmlDocument& document,
                                               bool tagIsHeader) {
-  const std::string opening = "<" + std::string(tag) + ">";
-  const std::string closing = "</" + std::string(tag) + ">";
+  // Appended rather than "<" + tag: GCC 12's -Wrestrict misfires on that at -O3.
+  const std::string opening = std::string("<").append(tag).append(">");
+  const std::string closing = std::string("</").append(tag).append(">");
   // Detached nodes live until the walk is over: it goes on inside them.
   std::vector<XmlElement> detached;
   bool removing = false;
