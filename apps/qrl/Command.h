@@ -25,5 +25,6 @@ struct Command {
 
 int runTimecodeCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 int runDemoCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+int runXmemlCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 }  // namespace qrl::app

@@ -15,6 +15,8 @@ constexpr Command kCommands[] = {
     {"timecode", "convert, check and count timecodes with the timecode engine",
      qrl::app::runTimecodeCommand},
     {"demo", "show the timecode engine at work on a few examples", qrl::app::runDemoCommand},
+    {"xmeml", "write an xmeml (Final Cut Pro 7 XML) edit list for a set of clips",
+     qrl::app::runXmemlCommand},
 };
 
 void printUsage(std::ostream& out) {
