@@ -30,7 +30,8 @@ void Atom::write(ByteWriter& out) const {
   }
   writePayload(out);
   if (out.position() - start != total) {
-    throw Exception(Exception::Kind::Internal, "atom '" + fourCCString(type_) + "' wrote " +
+    throw Exception(Exception::Kind::Internal, std::string("atom ").append(quoted(type_)) +
+                                                   " wrote " +
                                                    std::to_string(out.position() - start) +
                                                    " bytes, declared " + std::to_string(total));
   }

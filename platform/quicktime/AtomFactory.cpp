@@ -98,21 +98,24 @@ std::unique_ptr<Atom> AtomFactory::parse(ByteReader& in, uint32_t parentType, in
     size = available;
   }
   uint64_t header = large ? 16 : 8;
-  std::string where = "'" + fourCCString(type) + "' at offset " + std::to_string(start);
-  if (size < header) {
-    throw Exception::parse("atom " + where + " has size " + std::to_string(size) +
-                           ", smaller than its header");
-  }
-  if (size > available) {
-    throw Exception::parse("atom " + where + " has size " + std::to_string(size) +
-                           " but its container has only " + std::to_string(available) +
-                           " bytes left");
+  if (size < header || size > available) {
+    std::string message = "atom '";
+    message.append(fourCCString(type)).append("' at offset ").append(std::to_string(start));
+    message.append(" has size ").append(std::to_string(size));
+    if (size < header) {
+      message.append(", smaller than its header");
+    } else {
+      message.append(" but its container has only ")
+          .append(std::to_string(available))
+          .append(" bytes left");
+    }
+    throw Exception::parse(message);
   }
   ByteReader body(in.bytes(static_cast<size_t>(size - header)), fourCCString(type));
   std::unique_ptr<Atom> atom;
   if (isContainer(type, parentType)) {
     if (depth >= kMaxDepth)
-      throw Exception::parse("atom " + where + " is nested too deeply");
+      throw Exception::parse(std::string("atom ").append(quoted(type)) + " is nested too deeply");
     auto container = std::make_unique<ContainerAtom>(type);
     while (!body.atEnd()) {
       // A user data list may end with a 32-bit zero instead of another atom.

@@ -60,7 +60,8 @@ class MemorySource : public ByteSource {
       throw Exception::io("read: " + std::to_string(out.size()) + " bytes at offset " +
                           std::to_string(offset) + " lie past the end of the data");
     }
-    if (!out.empty()) std::memcpy(out.data(), bytes_.data() + offset, out.size());
+    if (!out.empty())
+      std::memcpy(out.data(), bytes_.data() + offset, out.size());
   }
 
  private:

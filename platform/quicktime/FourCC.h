@@ -24,6 +24,15 @@ inline std::string fourCCString(uint32_t code) {
   return s;
 }
 
+// The code in single quotes, for messages. Built by appending: GCC 12 warns
+// wrongly about prepending a literal to a temporary string at -O3.
+inline std::string quoted(uint32_t code) {
+  std::string s(1, '\'');
+  s.append(fourCCString(code));
+  s.push_back('\'');
+  return s;
+}
+
 // Media types, as the media handler's component subtype names them.
 inline constexpr uint32_t kMediaTypeVideo = fourCC("vide");
 inline constexpr uint32_t kMediaTypeSound = fourCC("soun");

@@ -25,8 +25,11 @@ Media::Media(const Movie& movie, ContainerAtom& mdia) : movie_(movie), mdia_(mdi
   auto* hdlr = mdia.childAs<HandlerAtom>(HandlerAtom::kType);
   if (mdhd == nullptr)
     throw Exception::parse("media has no header ('mdhd')");
-  if (hdlr == nullptr)
+  if (hdlr == nullptr) {
     throw Exception::parse("media has no handler ('hdlr')");
+  }
+  mdhd_ = mdhd;
+  hdlr_ = hdlr;
   uint32_t scale = mdhd->fields().timeScale;
   if (scale == 0 || scale > static_cast<uint32_t>(std::numeric_limits<int32_t>::max())) {
     throw Exception::parse("media time scale " + std::to_string(scale) + " is not usable");
@@ -79,17 +82,17 @@ Media::Media(const Movie& movie, ContainerAtom& mdia) : movie_(movie), mdia_(mdi
 Media::~Media() = default;
 
 std::string Media::handlerName() const {
-  return mdia_.childAs<HandlerAtom>(HandlerAtom::kType)->name();
+  return hdlr_->name();
 }
 
 Time Media::duration() const {
-  auto d = mdia_.childAs<MediaHeaderAtom>(MediaHeaderAtom::kType)->fields().duration;
+  auto d = mdhd_->fields().duration;
   return Time::make(
       static_cast<int64_t>(std::min<uint64_t>(d, std::numeric_limits<int64_t>::max())), timeScale_);
 }
 
 uint16_t Media::language() const {
-  return mdia_.childAs<MediaHeaderAtom>(MediaHeaderAtom::kType)->fields().language;
+  return mdhd_->fields().language;
 }
 
 std::string Media::languageCode() const {

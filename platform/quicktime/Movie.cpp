@@ -61,7 +61,7 @@ void Movie::load() {
     } else if (size == 0) {
       size = left;
     }
-    std::string where = "'" + fourCCString(type) + "' at offset " + std::to_string(position);
+    std::string where = quoted(type) + " at offset " + std::to_string(position);
     if (size < headerSize) {
       throw Exception::parse("atom " + where + " has size " + std::to_string(size) +
                              ", smaller than its header");
@@ -90,8 +90,10 @@ void Movie::buildModel() {
     throw Exception::unsupported("compressed movie atoms ('cmov') are not supported");
   }
   auto* mvhd = moov_->childAs<MovieHeaderAtom>(MovieHeaderAtom::kType);
-  if (mvhd == nullptr)
+  if (mvhd == nullptr) {
     throw Exception::parse("the movie has no header ('mvhd')");
+  }
+  mvhd_ = mvhd;
   uint32_t scale = mvhd->fields().timeScale;
   if (scale == 0 || scale > static_cast<uint32_t>(std::numeric_limits<int32_t>::max())) {
     throw Exception::parse("movie time scale " + std::to_string(scale) + " is not usable");
@@ -113,12 +115,12 @@ void Movie::buildModel() {
 }
 
 Time Movie::duration() const {
-  uint64_t d = moov_->childAs<MovieHeaderAtom>(MovieHeaderAtom::kType)->fields().duration;
+  uint64_t d = mvhd_->fields().duration;
   return Time::make(static_cast<int64_t>(std::min<uint64_t>(d, uint64_t{1} << 52)), timeScale_);
 }
 
 Matrix Movie::matrix() const {
-  return moov_->childAs<MovieHeaderAtom>(MovieHeaderAtom::kType)->fields().matrix;
+  return mvhd_->fields().matrix;
 }
 
 Size Movie::naturalSize() const {

@@ -73,6 +73,7 @@ class Movie {
   std::filesystem::path path_;
   std::unique_ptr<ByteSource> data_;
   std::unique_ptr<ContainerAtom> moov_;
+  const class MovieHeaderAtom* mvhd_ = nullptr;  // checked present; owned by moov_
   std::vector<TopLevelAtom> topLevel_;
   std::vector<std::unique_ptr<Track>> tracks_;
   int32_t timeScale_ = 600;

@@ -97,7 +97,7 @@ SampleDescription SampleDescription::parse(std::span<const uint8_t> entry, uint3
   d.dataFormat = in.u32();
   in.skip(6);
   d.dataReferenceIndex = in.u16();
-  ByteReader fields(in.rest(), "'" + fourCCString(d.dataFormat) + "' sample description");
+  ByteReader fields(in.rest(), quoted(d.dataFormat) + " sample description");
   if (mediaType == kMediaTypeVideo) {
     d.video = readVideo(fields);
   } else if (mediaType == kMediaTypeSound) {

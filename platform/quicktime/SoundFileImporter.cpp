@@ -123,7 +123,8 @@ std::optional<PcmLayout> readAiff(const ByteSource& file, bool compressed) {
         } else if (kind == fourCC("fl32") || kind == fourCC("FL32")) {
           p.isFloat = true;
         } else if (kind != fourCC("NONE") && kind != fourCC("twos")) {
-          throw Exception::unsupported("AIFF-C compression '" + fourCCString(kind) + "'");
+          throw Exception::unsupported(std::string("AIFF-C compression ").append(quoted(kind)) +
+                                       "");
         }
       }
       haveCommon = true;

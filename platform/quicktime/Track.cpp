@@ -17,16 +17,12 @@ namespace {
 // Times beyond this are refused, so the 128-bit arithmetic below cannot overflow.
 constexpr int64_t kMaxTime = int64_t{1} << 52;
 
-const TrackHeaderAtom& header(const ContainerAtom& trak) {
-  return *trak.childAs<TrackHeaderAtom>(TrackHeaderAtom::kType);
-}
-
 }  // namespace
 
 Track::Track(const Movie& movie, ContainerAtom& trak) : movie_(movie), trak_(trak) {
-  if (trak.childAs<TrackHeaderAtom>(TrackHeaderAtom::kType) == nullptr) {
+  tkhd_ = trak.childAs<TrackHeaderAtom>(TrackHeaderAtom::kType);
+  if (tkhd_ == nullptr)
     throw Exception::parse("track has no header ('tkhd')");
-  }
   auto* mdia = trak.container({fourCC("mdia")});
   if (mdia == nullptr)
     throw Exception::parse("track has no media ('mdia')");
@@ -47,31 +43,31 @@ Track::Track(const Movie& movie, ContainerAtom& trak) : movie_(movie), trak_(tra
 Track::~Track() = default;
 
 uint32_t Track::trackID() const {
-  return header(trak_).fields().trackID;
+  return tkhd_->fields().trackID;
 }
 bool Track::isEnabled() const {
-  return (header(trak_).flags() & TrackHeaderAtom::kEnabled) != 0;
+  return (tkhd_->flags() & TrackHeaderAtom::kEnabled) != 0;
 }
 int16_t Track::layer() const {
-  return header(trak_).fields().layer;
+  return tkhd_->fields().layer;
 }
 int16_t Track::alternateGroup() const {
-  return header(trak_).fields().alternateGroup;
+  return tkhd_->fields().alternateGroup;
 }
 int16_t Track::volume() const {
-  return header(trak_).fields().volume;
+  return tkhd_->fields().volume;
 }
 Matrix Track::matrix() const {
-  return header(trak_).fields().matrix;
+  return tkhd_->fields().matrix;
 }
 
 Size Track::dimensions() const {
-  const auto& f = header(trak_).fields();
+  const auto& f = tkhd_->fields();
   return {f.width / 65536.0, f.height / 65536.0};
 }
 
 Time Track::duration() const {
-  uint64_t d = header(trak_).fields().duration;
+  uint64_t d = tkhd_->fields().duration;
   return Time::make(static_cast<int64_t>(std::min<uint64_t>(d, kMaxTime)), movie_.timeScale());
 }
 
