@@ -52,6 +52,12 @@ std::unique_ptr<XmlDocument> XmlDocument::adopt(_xmlDoc* doc) {
 std::unique_ptr<XmlDocument> XmlDocument::parseData(std::span<const uint8_t> bytes) {
   if (bytes.size() > static_cast<size_t>(INT_MAX))
     return nullptr;
+  // libxml2 wants its global state set up once before threads may parse.
+  static const bool initialised = [] {
+    xmlInitParser();
+    return true;
+  }();
+  (void)initialised;
   xmlSetGenericErrorFunc(nullptr, ignoreMessage);
   return adopt(xmlReadMemory(reinterpret_cast<const char*>(bytes.data()),
                              static_cast<int>(bytes.size()), nullptr, nullptr, kParseOptions));

@@ -62,15 +62,6 @@ TEST(XmlElementTest, DetachedNodeKeepsItsSubtreeAndLeavesTheTree) {
   EXPECT_FALSE(text.nextNode());
 }
 
-TEST(XmlElementTest, MovedFromElementIsNullAndHarmless) {
-  XmlElement a("a");
-  XmlElement b = std::move(a);
-  EXPECT_FALSE(a);  // NOLINT(bugprone-use-after-move): the null state is the point
-  EXPECT_EQ(a.XMLString(), "");
-  a.addChild(XmlElement("x"));
-  EXPECT_EQ(b.XMLString(), "<a></a>");
-}
-
 TEST(XmlSafeTextTest, KeepsWellFormedTextAndReplacesWhatXmlCannotCarry) {
   struct Case {
     std::string in;
