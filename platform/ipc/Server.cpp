@@ -73,12 +73,19 @@ std::unique_ptr<Server> Server::registerName(const std::string& name, RootObject
   server->listener_.reset(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   if (!server->listener_.valid())
     throw Exception::fromErrno("socket", name, errno);
-  sockaddr_un address = addressFor(server->socketPath_);
+  // Bound and listening under a temporary name first, so the name appears
+  // (and wakes anyone watching the directory) only once it accepts.
+  std::string bound = server->socketPath_ + ".new";
+  ::unlink(bound.c_str());
+  sockaddr_un address = addressFor(bound);
   if (::bind(server->listener_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    throw Exception::fromErrno("bind", server->socketPath_, errno);
+    throw Exception::fromErrno("bind", bound, errno);
   }
-  if (::listen(server->listener_.get(), 16) != 0) {
-    throw Exception::fromErrno("listen", server->socketPath_, errno);
+  if (::listen(server->listener_.get(), 16) != 0 ||
+      ::rename(bound.c_str(), server->socketPath_.c_str()) != 0) {
+    int err = errno;
+    ::unlink(bound.c_str());
+    throw Exception::fromErrno("listen", server->socketPath_, err);
   }
   Server* self = server.get();
   loop.addReader(server->listener_.get(), [self] { self->acceptConnection(); });

@@ -1,0 +1,210 @@
+#include "conduit/QRLDistributedAppController.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <thread>
+
+#include "conduit/QRLApplicationLauncher.h"
+#include "conduit/QRLRemoteInterface.h"
+#include "fsutil/QRLFileSystemUtility.h"
+#include "platform/ipc/RunLoop.h"
+#include "platform/process/Application.h"
+#include "platform/process/Exception.h"
+#include "platform/process/RunningApplications.h"
+#include "platform/process/SystemLog.h"
+
+namespace qrl {
+
+using archive::Value;
+using process::Application;
+
+std::chrono::milliseconds QRLWatchInterval() {
+  if (const char* text = std::getenv("QRL_WATCH_INTERVAL_MS"); text != nullptr) {
+    long ms = std::strtol(text, nullptr, 10);
+    if (ms > 0)
+      return std::chrono::milliseconds(ms);
+  }
+  return std::chrono::milliseconds(5000);
+}
+
+QRLDistributedAppController::QRLDistributedAppController() : parentProcess_(getpid()) {}
+
+QRLDistributedAppController::~QRLDistributedAppController() = default;
+
+void QRLDistributedAppController::awakeFromNib() {
+  accessed_ = false;
+  parentCantBeSelf_ = false;
+  launchedSubProcesses_ = 0;
+  parentProcess_ = getpid();
+  setConnectionName(std::nullopt);
+  killTimer_ = false;
+  vendAsDistributedObject();
+}
+
+void QRLDistributedAppController::vendAsDistributedObject() {
+  vendAsDistributedObjectWithArgumentIndexForRegisteredName(1);
+}
+
+void QRLDistributedAppController::vendAsDistributedObjectWithArgumentIndexForRegisteredName(
+    unsigned index) {
+  auto arguments = Application::shared().arguments();
+  std::optional<std::string> name;
+  if (arguments.size() > index)
+    name = arguments[index];
+  vendAsDistributedObjectWithRegisteredName(name);
+}
+
+void QRLDistributedAppController::vendAsDistributedObjectWithRegisteredName(
+    const std::optional<std::string>& name) {
+  try {
+    if (!name || name->empty()) {
+      Application::shared().terminate();
+      return;
+    }
+    if (ipc::Proxy::rootProxyForConnectionWithRegisteredName(*name) != nullptr) {
+      Application::shared().terminate();  // another process owns the name
+      return;
+    }
+    // Registration fails when another process took the name in between.
+    connection_ = ipc::Server::registerName(*name, *this, ipc::RunLoop::main());
+    setConnectionName(*name);
+    vended_ = true;
+    auto arguments = Application::shared().arguments();
+    if (std::find(arguments.begin(), arguments.end(), QRLDistributedParentMustNotBeSelfArgument) !=
+        arguments.end()) {
+      parentCantBeSelf_ = true;
+    }
+  } catch (const Exception&) {
+    // Left unpublished; a name someone else owns ends the process as above.
+    if (!vended_)
+      Application::shared().terminate();
+  }
+}
+
+std::unique_ptr<ipc::Proxy> QRLDistributedAppController::launchDistributedApplicationAtPath(
+    const std::string& path, const std::string& withRegisteredName, bool parentAppCantBeSelf) {
+  QRLApplicationLauncher launcher;
+  auto proxy = launcher.launchDistributedApplicationAtPath(
+      path, withRegisteredName, QRLProtocol::QRLDistributedAppCommunicationProtocol,
+      parentAppCantBeSelf);
+  if (proxy) {
+    try {
+      proxy->send("setParentProcessId:", {Value(static_cast<int64_t>(getpid()))});
+    } catch (const Exception& e) {
+      process::SystemLog::write(e.what());
+    }
+    ++launchedSubProcesses_;
+  }
+  return proxy;
+}
+
+int QRLDistributedAppController::distributedProcessIdentifier() const {
+  return getpid();
+}
+
+void QRLDistributedAppController::ensureValidAppIsRunning() {
+  auto titles = validRunningAppTitlesForBackgroundDaemons();
+  int own = getpid();
+  while (!Application::shared().isTerminating()) {
+    auto running = process::runningApplications();
+    process::SystemLog::write(std::to_string(own));
+    bool valid = std::any_of(running.begin(), running.end(), [&](const auto& app) {
+      return std::any_of(titles.begin(), titles.end(), [&](const std::string& title) {
+        return app.localizedName.find(title) != std::string::npos;
+      });
+    });
+    if (!valid)
+      Application::shared().terminate();
+    std::this_thread::sleep_for(QRLWatchInterval());
+  }
+}
+
+// The process-list watch: the parent is alive while "ps <pid>" mentions it.
+void QRLDistributedAppController::ensureParentApplicationIsRunning() {
+  int own = getpid();
+  int pass = 0;
+  while (!Application::shared().isTerminating()) {
+    QRLFileSystemUtility utility;
+    std::string parent = std::to_string(parentProcess_.load());
+    auto ps = utility.pathForTerminalCommand("ps");
+    std::optional<std::string> output;
+    if (ps)
+      output = utility.executeTerminalCommand(*ps, {parent});
+    if (!output || output->empty() || output->find(parent) == std::string::npos)
+      killSelf();
+    if (parentProcess_ == own && pass >= 5 && parentCantBeSelf_)
+      killSelf();
+    std::this_thread::sleep_for(QRLWatchInterval());
+    ++pass;
+  }
+}
+
+void QRLDistributedAppController::configureKillTimer() {
+  // The timer is never scheduled: firing it once runs the watch here.
+  killTimer_ = true;
+  ensureParentApplicationIsRunning();
+}
+
+void QRLDistributedAppController::setParentProcessId(int processId) {
+  parentProcess_ = processId;
+  if (processId != getpid()) {
+    std::thread([this] { ensureParentApplicationIsRunning(); }).detach();
+  }
+}
+
+void QRLDistributedAppController::killSelf() {
+  Application::shared().terminate();
+}
+
+std::optional<std::string> QRLDistributedAppController::connectionName() const {
+  std::lock_guard lock(nameMutex_);
+  return connectionName_;
+}
+
+void QRLDistributedAppController::setConnectionName(std::optional<std::string> name) {
+  std::lock_guard lock(nameMutex_);
+  connectionName_ = std::move(name);
+}
+
+bool QRLDistributedAppController::isOwnSelector(std::string_view selector) {
+  const QRLRemoteMethod* method = QRLRemoteMethodForSelector(selector);
+  return method != nullptr &&
+         method->protocol == QRLProtocol::QRLDistributedAppCommunicationProtocol;
+}
+
+std::optional<ipc::MethodSignature> QRLDistributedAppController::methodSignatureForSelector(
+    std::string_view selector) {
+  if (!isOwnSelector(selector))
+    return std::nullopt;
+  return QRLRemoteMethodForSelector(selector)->signature;
+}
+
+Value QRLDistributedAppController::invoke(const std::string& selector,
+                                          const std::vector<Value>& arguments) {
+  if (selector == "vendAsDistributedObject") {
+    vendAsDistributedObject();
+  } else if (selector == "vendAsDistributedObjectWithRegisteredName:") {
+    vendAsDistributedObjectWithRegisteredName(*arguments.at(0).string());
+  } else if (selector == "distributedProcessIdentifier") {
+    return distributedProcessIdentifier();
+  } else if (selector == "ensureParentApplicationIsRunning") {
+    ensureParentApplicationIsRunning();
+  } else if (selector == "configureKillTimer") {
+    configureKillTimer();
+  } else if (selector == "setParentProcessId:") {
+    setParentProcessId(static_cast<int>(*arguments.at(0).integer()));
+  } else if (selector == "communicationLocked") {
+    return communicationLocked();
+  } else if (selector == "lockCommunication") {
+    lockCommunication();
+  } else if (selector == "killSelf") {
+    killSelf();
+  } else {
+    throw Exception::unsupported("unrecognized selector '" + selector + "'");
+  }
+  return Value();
+}
+
+}  // namespace qrl

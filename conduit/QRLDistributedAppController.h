@@ -1,0 +1,101 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/ipc/Proxy.h"
+#include "platform/ipc/RootObject.h"
+#include "platform/ipc/Server.h"
+
+namespace qrl {
+
+inline constexpr std::string_view QRLDistributedParentMustNotBeSelfArgument =
+    "QRLDistributedParentMustNotBeSelfArgument";
+
+// How often the parent watches look. Five seconds; tests shorten it with the
+// environment variable QRL_WATCH_INTERVAL_MS (milliseconds).
+std::chrono::milliseconds QRLWatchInterval();
+
+// The base of a process that serves a parent across the process boundary: it
+// publishes itself under a registered name, records the parent's process
+// identifier and ends its own process when the parent is gone. Also the
+// client side a parent uses to start such a process.
+class QRLDistributedAppController : public ipc::RootObject {
+ public:
+  QRLDistributedAppController();
+  ~QRLDistributedAppController() override;
+  QRLDistributedAppController(const QRLDistributedAppController&) = delete;
+  QRLDistributedAppController& operator=(const QRLDistributedAppController&) = delete;
+
+  virtual void awakeFromNib();
+
+  void vendAsDistributedObject();
+  void vendAsDistributedObjectWithArgumentIndexForRegisteredName(unsigned index);
+  // A missing name or one that another live process owns ends the process.
+  void vendAsDistributedObjectWithRegisteredName(const std::optional<std::string>& name);
+
+  std::unique_ptr<ipc::Proxy> launchDistributedApplicationAtPath(
+      const std::string& path, const std::string& withRegisteredName,
+      bool parentAppCantBeSelf = false);
+
+  int distributedProcessIdentifier() const;
+  // Never returns: ends the process when no application's name contains one
+  // of validRunningAppTitlesForBackgroundDaemons().
+  void ensureValidAppIsRunning();
+  // The process-list watch; subclasses replace it.
+  virtual void ensureParentApplicationIsRunning();
+  void configureKillTimer();
+  void setParentProcessId(int processId);
+  bool communicationLocked() const { return accessed_; }
+  void lockCommunication() { accessed_ = true; }
+  void killSelf();
+
+  static std::vector<std::string> validRunningAppTitlesForBackgroundDaemons() {
+    return {"Ravelmark"};
+  }
+
+  bool accessed() const { return accessed_; }
+  void setAccessed(bool v) { accessed_ = v; }
+  bool vended() const { return vended_; }
+  void setVended(bool v) { vended_ = v; }
+  bool parentCantBeSelf() const { return parentCantBeSelf_; }
+  void setParentCantBeSelf(bool v) { parentCantBeSelf_ = v; }
+  bool isBackgroundDaemon() const { return isBackgroundDaemon_; }
+  void setIsBackgroundDaemon(bool v) { isBackgroundDaemon_ = v; }
+  int parentProcess() const { return parentProcess_; }
+  void setParentProcess(int v) { parentProcess_ = v; }
+  int launchedSubProcesses() const { return launchedSubProcesses_; }
+  void setLaunchedSubProcesses(int v) { launchedSubProcesses_ = v; }
+  std::optional<std::string> connectionName() const;
+  void setConnectionName(std::optional<std::string> name);
+
+  // The methods of the communication protocol, performed on the controller.
+  std::optional<ipc::MethodSignature> methodSignatureForSelector(
+      std::string_view selector) override;
+  archive::Value invoke(const std::string& selector,
+                        const std::vector<archive::Value>& arguments) override;
+
+ protected:
+  static bool isOwnSelector(std::string_view selector);
+
+ private:
+  std::atomic<bool> accessed_{false};
+  std::atomic<bool> vended_{false};
+  std::atomic<bool> parentCantBeSelf_{false};
+  std::atomic<bool> isBackgroundDaemon_{false};
+  std::atomic<int> parentProcess_;
+  std::atomic<int> launchedSubProcesses_{0};
+  std::atomic<bool> killTimer_{false};
+  mutable std::mutex nameMutex_;
+  std::optional<std::string> connectionName_;
+  std::unique_ptr<ipc::Server> connection_;
+};
+
+}  // namespace qrl

@@ -1,0 +1,166 @@
+#include <gtest/gtest.h>
+
+#include <set>
+#include <thread>
+
+#include "conduit/QRLQTConduitAppController.h"
+#include "conduit/QRLRemoteInterface.h"
+#include "platform/ipc/RunLoop.h"
+#include "platform/process/Exception.h"
+
+namespace qrl {
+namespace {
+
+using archive::Value;
+using ipc::Kind;
+
+// A service that answers a chosen set of selectors and records what it
+// performed and on which thread.
+class RecordingService : public QRLServiceObject {
+ public:
+  RecordingService(std::string name, std::vector<std::string> selectors) : name_(std::move(name)) {
+    for (auto& selector : selectors) {
+      addPerformer(selector, [this, selector](const Arguments&) {
+        performed.push_back(selector);
+        thread = std::this_thread::get_id();
+        return Value(name_);
+      });
+    }
+  }
+  std::string_view className() const override { return name_; }
+  std::optional<ipc::MethodSignature> instanceMethodSignatureForSelector(
+      std::string_view selector) const override {
+    if (!respondsToSelector(selector))
+      return std::nullopt;
+    return ipc::MethodSignature{{}, Kind::Object};
+  }
+
+  std::vector<std::string> performed;
+  std::thread::id thread;
+
+ private:
+  std::string name_;
+};
+
+struct Services {
+  std::shared_ptr<RecordingService> qt =
+      std::make_shared<RecordingService>("QT", std::vector<std::string>{"onlyQt", "qtAndOverlay"});
+  std::shared_ptr<RecordingService> parser = std::make_shared<RecordingService>(
+      "Parser", std::vector<std::string>{"overlayAndParser", "parserAndWriter", "onlyParser"});
+  std::shared_ptr<RecordingService> overlay = std::make_shared<RecordingService>(
+      "Overlay", std::vector<std::string>{"qtAndOverlay", "overlayAndParser"});
+  std::shared_ptr<RecordingService> writer = std::make_shared<RecordingService>(
+      "Writer", std::vector<std::string>{"parserAndWriter", "onlyWriter"});
+
+  QRLConduitServiceFactory factory() {
+    return [this] { return QRLConduitServices{qt, parser, overlay, writer}; };
+  }
+};
+
+TEST(ConduitRouting, EachMessageGoesToTheFirstServiceInDispatchOrder) {
+  Services services;
+  QRLQTConduitAppController controller(services.factory());
+  struct Case {
+    std::string selector;
+    std::string performer;
+  };
+  for (const Case& c : std::vector<Case>{{"onlyQt", "QT"},
+                                         {"qtAndOverlay", "QT"},
+                                         {"overlayAndParser", "Overlay"},
+                                         {"onlyWriter", "Writer"}}) {
+    EXPECT_EQ(controller.invoke(c.selector, {}), Value(c.performer)) << c.selector;
+  }
+  EXPECT_TRUE(services.parser->performed.empty());
+}
+
+TEST(ConduitRouting, SettingsParserWorkIsQueuedToTheMainLoopAndTheCallerGetsNil) {
+  Services services;
+  QRLQTConduitAppController controller(services.factory());
+  EXPECT_TRUE(controller.invoke("parserAndWriter", {}).isNull());
+  EXPECT_TRUE(controller.invoke("onlyParser", {}).isNull());
+  EXPECT_TRUE(services.parser->performed.empty()) << "performed before the caller got its reply";
+  EXPECT_TRUE(services.writer->performed.empty());
+
+  auto& loop = ipc::RunLoop::main();
+  std::thread mainThread([&] { loop.run(); });
+  std::thread::id mainId = mainThread.get_id();
+  std::atomic<bool> drained{false};
+  loop.perform([&] { drained = true; });
+  while (!drained)
+    std::this_thread::yield();
+  loop.stop();
+  mainThread.join();
+  EXPECT_EQ(services.parser->performed,
+            (std::vector<std::string>{"parserAndWriter", "onlyParser"}));
+  EXPECT_EQ(services.parser->thread, mainId);
+}
+
+TEST(ConduitRouting, SignaturesAreLookedUpInDeclarationOrderThenOnTheController) {
+  Services services;
+  QRLQTConduitAppController controller(services.factory());
+  EXPECT_EQ(controller.helperClasses(),
+            (std::vector<std::string_view>{"QT", "Parser", "Overlay", "Writer",
+                                           "QRLQTConduitAppController"}));
+  EXPECT_TRUE(controller.methodSignatureForSelector("overlayAndParser").has_value());
+  EXPECT_FALSE(controller.methodSignatureForSelector("nobodyKnowsThis").has_value());
+
+  // Known only to the controller's own class: performed there, not forwarded.
+  auto signature = controller.methodSignatureForSelector("communicationLocked");
+  ASSERT_TRUE(signature.has_value());
+  EXPECT_EQ(signature->result, Kind::Bool);
+  EXPECT_EQ(controller.invoke("communicationLocked", {}), Value(false));
+  controller.invoke("lockCommunication", {});
+  EXPECT_EQ(controller.invoke("communicationLocked", {}), Value(true));
+  EXPECT_GT(*controller.invoke("distributedProcessIdentifier", {}).integer(), 0);
+}
+
+TEST(ConduitRouting, EmptySlotsAnswerNothingAndUnansweredMessagesFail) {
+  Services services;
+  QRLQTConduitAppController controller([&] {
+    return QRLConduitServices{nullptr, nullptr, nullptr, services.writer};
+  });
+  EXPECT_EQ(controller.helperClasses()[0], std::string_view());
+  EXPECT_FALSE(controller.methodSignatureForSelector("onlyQt").has_value());
+  EXPECT_EQ(controller.invoke("parserAndWriter", {}), Value("Writer"));
+  EXPECT_THROW(controller.invoke("onlyQt", {}), Exception);
+}
+
+TEST(ConduitRouting, TheDefaultConduitServesTheEditListWriter) {
+  QRLQTConduitAppController controller;
+  auto signature = controller.methodSignatureForSelector(
+      "saveFinalCut7XmlToPaths:forTimecodeDetailsData:ignoreTimecode:");
+  ASSERT_TRUE(signature.has_value());
+  EXPECT_EQ(signature->result, Kind::Bool);
+  ASSERT_EQ(controller.helperClasses()[3], "QRLMediaDocumentWriter32");
+  // Malformed arguments of the right kinds are refused with a clear error.
+  EXPECT_THROW(controller.invoke("saveFinalCut7XmlToPaths:forTimecodeDetailsData:ignoreTimecode:",
+                                 {Value("not an array"), Value(Value::Array{}), Value(false)}),
+               Exception);
+}
+
+TEST(RemoteInterface, EverySelectorIsDeclaredOnceWithItsProtocol) {
+  std::set<std::string_view> seen;
+  std::map<QRLProtocol, int> perProtocol;
+  for (const auto& method : QRLRemoteInterface()) {
+    EXPECT_TRUE(seen.insert(method.selector).second) << method.selector;
+    ++perProtocol[method.protocol];
+    size_t colons = std::count(method.selector.begin(), method.selector.end(), ':');
+    EXPECT_EQ(colons, method.signature.arguments.size()) << method.selector;
+  }
+  EXPECT_EQ(perProtocol[QRLProtocol::QRLDistributedAppCommunicationProtocol], 9);
+  EXPECT_EQ(perProtocol[QRLProtocol::QRLQuickTime32Protocol], 14);
+  EXPECT_EQ(perProtocol[QRLProtocol::QRLQTOverlayProtocol], 14);
+  EXPECT_EQ(perProtocol[QRLProtocol::QRLDistributedQTOverlayProtocol], 9);
+  EXPECT_EQ(perProtocol[QRLProtocol::QRLQTSettingsParserProtocol], 1);
+  EXPECT_EQ(perProtocol[QRLProtocol::QRLMediaDocumentWriter32Protocol], 2);
+
+  // Spellings that are part of the wire interface.
+  EXPECT_NE(QRLRemoteMethodForSelector("durationOfFileInMiliseconds:"), nullptr);
+  EXPECT_NE(QRLRemoteMethodForSelector("addQuicktimeTimecodeOverlayToVideoAtPath:startTimcode:"
+                                       "withBurnAttributeWrapper:conformingToVideoFrameRate:"),
+            nullptr);
+  EXPECT_EQ(QRLSignatureTableForProtocol(QRLProtocol::QRLQTSettingsParserProtocol).size(), 1u);
+}
+
+}  // namespace
+}  // namespace qrl
