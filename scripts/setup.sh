@@ -7,7 +7,7 @@ packages=(
   # build
   cmake ninja-build g++ pkg-config clang-format clang libclang-rt-14-dev
   # libraries
-  libxml2-dev libplist-dev libtiff-dev libcairo2-dev libpango1.0-dev
+  libxml2-dev libplist-dev libtiff-dev libcairo2-dev libpango1.0-dev nlohmann-json3-dev
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev
   fonts-dejavu-core
   # tests and benchmarks
