@@ -26,6 +26,7 @@ struct Command {
 int runTimecodeCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 int runDemoCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 int runXmemlCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+int runCallCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 int runInspectCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 }  // namespace qrl::app

@@ -17,6 +17,8 @@ constexpr Command kCommands[] = {
     {"demo", "show the timecode engine at work on a few examples", qrl::app::runDemoCommand},
     {"xmeml", "write an xmeml (Final Cut Pro 7 XML) edit list for a set of clips",
      qrl::app::runXmemlCommand},
+    {"call", "send any remote method to a conduit and print its result",
+     qrl::app::runCallCommand},
     {"inspect", "show a movie's tracks, durations, codecs and start timecodes",
      qrl::app::runInspectCommand},
 };

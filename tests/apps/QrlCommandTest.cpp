@@ -153,3 +153,68 @@ TEST(QrlProgram, DemoShowsTheMinuteBoundaryAtTwentyNineNinetySeven) {
 }
 
 }  // namespace
+
+// qrl call starts a real conduit for each call; a private runtime directory keeps these
+// conduits apart from any others on the machine.
+class QrlCallTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/qrl-call-test-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    root_ = pattern;
+    setenv("QRL_RUNTIME_DIR", (root_ + "/run").c_str(), 1);
+    setenv("QRL_WATCH_INTERVAL_MS", "200", 1);
+  }
+  void TearDown() override {
+    unsetenv("QRL_RUNTIME_DIR");
+    unsetenv("QRL_WATCH_INTERVAL_MS");
+    std::system(("rm -rf '" + root_ + "'").c_str());
+  }
+  std::string root_;
+};
+
+TEST_F(QrlCallTest, ArgumentsAreConvertedByTheSignatureAndResultsPrinted) {
+  Outcome locked = qrl({"call", "communicationLocked"});
+  EXPECT_EQ(locked.status, 0) << locked.err;
+  EXPECT_EQ(locked.out, "false\n");
+
+  std::string xml = root_ + "/empty doc.xml";
+  std::string paths = "[\"" + xml + "\"]";
+  Outcome save =
+      qrl({"call", "saveFinalCut7XmlToPaths:forTimecodeDetailsData:ignoreTimecode:", paths, "[]",
+           "NO"});
+  EXPECT_EQ(save.status, 0) << save.err;
+  EXPECT_EQ(save.out, "true\n");
+  EXPECT_NE(slurp(xml).find("<xmeml"), std::string::npos);
+
+  Outcome nothing = qrl({"call", "lockCommunication"});
+  EXPECT_EQ(nothing.status, 0) << nothing.err;
+  EXPECT_EQ(nothing.out, "") << "a method without a result prints nothing";
+}
+
+TEST_F(QrlCallTest, BadCallsExplainThemselves) {
+  struct Row {
+    std::vector<std::string> args;
+    int status;
+    std::string message;
+  } rows[] = {
+      {{"call"}, 2, "a selector is required"},
+      {{"call", "noSuchMethod:"}, 1, "does not know the selector 'noSuchMethod:'"},
+      {{"call", "setParentProcessId:"}, 2, "takes 1 arguments, 0 given"},
+      {{"call", "setParentProcessId:", "twelve"}, 2, "argument 1"},
+      {{"call", "saveFinalCut7XmlToPaths:forTimecodeDetailsData:ignoreTimecode:", "[]", "[]",
+        "maybe"},
+       2,
+       "not a truth value"},
+      {{"call", "--name", "nobody-here", "communicationLocked"}, 1, "no conduit serves"},
+      {{"call", "saveFinalCut7XmlToPaths:forTimecodeDetailsData:ignoreTimecode:", "\"x\"", "[]",
+        "false"},
+       1,
+       "paths must be an array"},
+  };
+  for (const auto& row : rows) {
+    Outcome run = qrl(row.args);
+    EXPECT_EQ(run.status, row.status) << row.args.back() << "\n" << run.err;
+    EXPECT_NE(run.err.find(row.message), std::string::npos) << row.args.back() << ": " << run.err;
+  }
+}
