@@ -22,8 +22,13 @@ size_t atomAt(const std::vector<uint8_t>& bytes, const char* type, size_t from =
 }
 
 void put32(std::vector<uint8_t>& bytes, size_t at, uint32_t v) {
-  for (int i = 0; i < 4; ++i)
+  if (at > bytes.size() || bytes.size() - at < 4) {
+    ADD_FAILURE() << "no room for a word at " << at;
+    return;
+  }
+  for (int i = 0; i < 4; ++i) {
     bytes[at + static_cast<size_t>(i)] = static_cast<uint8_t>(v >> (24 - 8 * i));
+  }
 }
 uint32_t get32(const std::vector<uint8_t>& bytes, size_t at) {
   return (uint32_t{bytes[at]} << 24) | (uint32_t{bytes[at + 1]} << 16) |

@@ -53,9 +53,13 @@ TEST(Stepping, UnitesEnabledVideoTracksAndIgnoresDisabledOnes) {
   TrackSpec b = videoTrack(3, 15);  // every 40 units
   TrackSpec off = videoTrack(12, 60);
   off.enabled = false;
+  off.name = "Burn_quorlanImageOverlayTrack";
   auto movie = Movie::fromBytes(testing::syntheticMovie(600, 120, {a, b, off}));
   EXPECT_EQ(stepTimes(*movie, 600), (std::vector<int64_t>{0, 40, 60, 80}));
   EXPECT_EQ(movie->naturalSize(), (Size{64, 36}));
+  EXPECT_EQ(movie->track(3).displayName(), "Burn_quorlanImageOverlayTrack");
+  EXPECT_EQ(movie->track(1).displayName(), std::nullopt);
+  EXPECT_FALSE(movie->track(3).isEnabled());
 }
 
 TEST(Stepping, MovieWithoutVideoStepsStraightToItsEnd) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "platform/quicktime/ChunkOffsetAtom.h"
@@ -11,6 +12,7 @@
 #include "platform/quicktime/HandlerAtom.h"
 #include "platform/quicktime/MediaHeaderAtom.h"
 #include "platform/quicktime/MovieHeaderAtom.h"
+#include "platform/quicktime/RawAtom.h"
 #include "platform/quicktime/SampleDescriptionAtom.h"
 #include "platform/quicktime/SampleSizeAtom.h"
 #include "platform/quicktime/SampleToChunkAtom.h"
@@ -35,6 +37,7 @@ struct TrackSpec {
   std::vector<std::vector<uint8_t>> descriptions;  // each a full stsd entry
   bool enabled = true;
   std::vector<uint8_t> firstSampleBytes;  // replaces sample 0's bytes when not empty
+  std::string name;                       // written as udta/name when not empty
 };
 
 // A sample description entry of `format` with `fields` after the 16-byte header.
@@ -140,6 +143,12 @@ inline std::vector<uint8_t> syntheticMovie(uint32_t movieScale, uint64_t movieDu
     minf->addChild(std::move(stbl));
     mdia->addChild(std::move(minf));
     trak->addChild(std::move(mdia));
+    if (!spec.name.empty()) {
+      auto udta = std::make_unique<ContainerAtom>(fourCC("udta"));
+      std::vector<uint8_t> text(spec.name.begin(), spec.name.end());
+      udta->addChild(std::make_unique<RawAtom>(fourCC("name"), text));
+      trak->addChild(std::move(udta));
+    }
     moov->addChild(std::move(trak));
   }
   std::vector<uint8_t> file;
