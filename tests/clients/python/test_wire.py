@@ -4,7 +4,10 @@ with plistlib and flock as the conduit reads them."""
 import fcntl
 import os
 import plistlib
+import random
+import socket
 import struct
+import threading
 import unittest
 
 from support import RuntimeTestCase, qrl_conduit
@@ -56,6 +59,20 @@ class MessageFormsTest(unittest.TestCase):
                 with self.assertRaises(qrl_conduit.ProtocolError):
                     qrl_conduit.decode_reply(body)
 
+    def test_mangled_replies_only_ever_give_protocol_errors(self):
+        seeds = [plistlib.dumps(r, fmt=plistlib.FMT_BINARY)
+                 for r in ({"result": {"$nil": True}}, {"error": "x"},
+                           {"signature": {"arguments": ["int32"], "result": "none"}})]
+        rng = random.Random(7)
+        for _ in range(3000):
+            body = bytearray(rng.choice(seeds))
+            for _ in range(rng.randint(1, 6)):
+                body[rng.randrange(len(body))] = rng.randrange(256)
+            try:
+                self.assertIsInstance(qrl_conduit.decode_reply(bytes(body)), dict)
+            except qrl_conduit.ProtocolError:
+                pass
+
     def test_an_archived_record_writes_absent_strings_as_the_nil_reference(self):
         archive = plistlib.loads(qrl_conduit.archived_timecode_details(None, "01:00:00;00", 5))
         objects = archive["$objects"]
@@ -75,6 +92,45 @@ class MessageFormsTest(unittest.TestCase):
                          "a:: argument 1 (int32): bad")
         self.assertEqual(str(qrl_conduit.RemoteError("a:", "paths must be an array")),
                          "a:: paths must be an array")
+
+
+class MisbehavingServerTest(RuntimeTestCase):
+    """The client facing a server that breaks the framing."""
+
+    def serve_once(self, answer):
+        listener = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        listener.bind(qrl_conduit.socket_path("liar"))
+        listener.listen(1)
+        self.addCleanup(listener.close)
+
+        def run():
+            peer, _ = listener.accept()
+            with peer:
+                header = peer.recv(4, socket.MSG_WAITALL)
+                peer.recv(struct.unpack(">I", header)[0], socket.MSG_WAITALL)
+                peer.sendall(answer)
+
+        thread = threading.Thread(target=run, daemon=True)
+        thread.start()
+        self.addCleanup(thread.join, 5)
+        return qrl_conduit.Connection("liar", timeout=5)
+
+    def test_broken_replies_raise_and_close_the_connection(self):
+        cases = [
+            ("length over the limit", struct.pack(">I", (64 << 20) + 1), qrl_conduit.ProtocolError),
+            ("hang-up inside a reply", struct.pack(">I", 100) + b"bplist00",
+             qrl_conduit.ConnectionClosed),
+            ("hang-up before a reply", b"", qrl_conduit.ConnectionClosed),
+            ("a reply that is no message", qrl_conduit.frame(b"\x00" * 8), qrl_conduit.ProtocolError),
+        ]
+        for what, answer, error in cases:
+            with self.subTest(what):
+                connection = self.serve_once(answer)
+                with self.assertRaises(error):
+                    connection.call("communicationLocked")
+                with self.assertRaises(qrl_conduit.ConnectionClosed):
+                    connection.call("communicationLocked")
+                os.unlink(qrl_conduit.socket_path("liar"))
 
 
 class RuntimeDirectoryTest(RuntimeTestCase):
