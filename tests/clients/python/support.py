@@ -56,6 +56,7 @@ class RuntimeTestCase(unittest.TestCase):
     def launch(self, **options):
         self.assertTrue(os.access(CONDUIT, os.X_OK), f"no conduit at {CONDUIT}")
         options.setdefault("call_timeout", 20.0)
+        options.setdefault("timeout", 10.0)  # generous: the machine may be busy
         conduit = qrl_conduit.Conduit.launch(CONDUIT, **options)
         self.conduits.append(conduit)
         return conduit
