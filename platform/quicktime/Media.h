@@ -12,6 +12,8 @@
 
 namespace qrl::quicktime {
 
+class MediaHeaderAtom;
+class HandlerAtom;
 class ByteSource;
 class ContainerAtom;
 class Movie;
@@ -54,8 +56,8 @@ class Media {
   const Movie& movie_;
   ContainerAtom& mdia_;
   // Checked present at construction; owned by mdia_.
-  const class MediaHeaderAtom* mdhd_ = nullptr;
-  const class HandlerAtom* hdlr_ = nullptr;
+  const MediaHeaderAtom* mdhd_ = nullptr;
+  const HandlerAtom* hdlr_ = nullptr;
   uint32_t mediaType_ = 0;
   int32_t timeScale_ = 1;
   std::vector<DataReference> dataReferences_;

@@ -13,6 +13,7 @@
 
 namespace qrl::quicktime {
 
+class MovieHeaderAtom;
 // A QuickTime movie read from a file: the movie atom as a tree of atoms
 // (unknown ones kept byte for byte), its tracks, and a current time that
 // steps frame by frame. Only the movie atom is read at open; sample bytes are
@@ -73,7 +74,7 @@ class Movie {
   std::filesystem::path path_;
   std::unique_ptr<ByteSource> data_;
   std::unique_ptr<ContainerAtom> moov_;
-  const class MovieHeaderAtom* mvhd_ = nullptr;  // checked present; owned by moov_
+  const MovieHeaderAtom* mvhd_ = nullptr;  // checked present; owned by moov_
   std::vector<TopLevelAtom> topLevel_;
   std::vector<std::unique_ptr<Track>> tracks_;
   int32_t timeScale_ = 600;

@@ -13,6 +13,7 @@
 
 namespace qrl::quicktime {
 
+class TrackHeaderAtom;
 class ContainerAtom;
 class Movie;
 
@@ -66,7 +67,7 @@ class Track {
 
   const Movie& movie_;
   ContainerAtom& trak_;
-  const class TrackHeaderAtom* tkhd_ = nullptr;  // checked present; owned by trak_
+  const TrackHeaderAtom* tkhd_ = nullptr;  // checked present; owned by trak_
   std::unique_ptr<Media> media_;
   std::vector<Edit> edits_;
 };
