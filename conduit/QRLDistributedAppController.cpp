@@ -68,7 +68,7 @@ void QRLDistributedAppController::vendAsDistributedObjectWithRegisteredName(
       return;
     }
     // Registration fails when another process took the name in between.
-    connection_ = ipc::Server::registerName(*name, *this, ipc::RunLoop::main());
+    connections_.push_back(ipc::Server::registerName(*name, *this, ipc::RunLoop::main()));
     setConnectionName(*name);
     vended_ = true;
     auto arguments = Application::shared().arguments();

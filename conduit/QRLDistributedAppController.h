@@ -57,6 +57,10 @@ class QRLDistributedAppController : public ipc::RootObject {
   void lockCommunication() { accessed_ = true; }
   void killSelf();
 
+  // Stops serving every published name and removes its socket; for the end
+  // of the process, once the run loop has stopped.
+  void invalidateConnections() { connections_.clear(); }
+
   static std::vector<std::string> validRunningAppTitlesForBackgroundDaemons() {
     return {"Ravelmark"};
   }
@@ -95,7 +99,10 @@ class QRLDistributedAppController : public ipc::RootObject {
   std::atomic<bool> killTimer_{false};
   mutable std::mutex nameMutex_;
   std::optional<std::string> connectionName_;
-  std::unique_ptr<ipc::Server> connection_;
+  // Every name this object was published under stays served for the life of
+  // the process (a message may arrive on any of them, even the one that asked
+  // for a new name).
+  std::vector<std::unique_ptr<ipc::Server>> connections_;
 };
 
 }  // namespace qrl

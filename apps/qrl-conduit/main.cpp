@@ -36,7 +36,9 @@ int main(int argc, char** argv) {
   if (!application.isTerminating())
     qrl::ipc::RunLoop::main().run();
 
-  // Watch threads still run: leave without tearing down what they use.
+  // Watch threads still run: leave without tearing down what they use, but
+  // take the published names down so they do not linger.
+  controller->invalidateConnections();
   std::fflush(nullptr);
   _exit(0);
 }

@@ -145,21 +145,18 @@ archive::Value signatureValue(const MethodSignature& signature) {
 std::optional<MethodSignature> signatureFromValue(const Value& value) {
   const Value* arguments = value.find("arguments");
   const Value* result = value.find("result");
-  if (arguments == nullptr || !arguments->array() || result == nullptr || !result->string()) {
-    return std::nullopt;
-  }
+  const Value::Array* names = arguments != nullptr ? arguments->array() : nullptr;
+  const std::string* resultName = result != nullptr ? result->string() : nullptr;
+  if (names == nullptr || resultName == nullptr) return std::nullopt;
   MethodSignature signature;
-  for (const auto& a : *arguments->array()) {
-    if (!a.string())
-      return std::nullopt;
-    auto kind = kindFromName(*a.string());
-    if (!kind)
-      return std::nullopt;
+  for (const auto& a : *names) {
+    const std::string* name = a.string();
+    auto kind = name != nullptr ? kindFromName(*name) : std::nullopt;
+    if (!kind) return std::nullopt;
     signature.arguments.push_back(*kind);
   }
-  auto kind = kindFromName(*result->string());
-  if (!kind)
-    return std::nullopt;
+  auto kind = kindFromName(*resultName);
+  if (!kind) return std::nullopt;
   signature.result = *kind;
   return signature;
 }

@@ -186,6 +186,18 @@ TEST_F(ConduitProcessTest, AStaleSocketOfAKilledConduitDoesNotBlockANewOne) {
   EXPECT_EQ(second->send("distributedProcessIdentifier"), Value(static_cast<int64_t>(lastPid_)));
 }
 
+TEST_F(ConduitProcessTest, PublishingUnderASecondNameKeepsTheFirstServed) {
+  registerAsParent();
+  auto proxy = launch(std::string("first-name"));
+  ASSERT_NE(proxy, nullptr);
+  proxy->send("setParentProcessId:", {Value(static_cast<int64_t>(getpid()))});
+  proxy->send("vendAsDistributedObjectWithRegisteredName:", {Value("second-name")});
+  auto second = ipc::Proxy::rootProxyForConnectionWithRegisteredName("second-name");
+  ASSERT_NE(second, nullptr);
+  EXPECT_EQ(second->send("distributedProcessIdentifier"), Value(static_cast<int64_t>(lastPid_)));
+  EXPECT_EQ(proxy->send("communicationLocked"), Value(false));
+}
+
 // A raw client that sends bytes no proxy would.
 class RawClient {
  public:
