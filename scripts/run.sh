@@ -4,5 +4,6 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
-"$root/scripts/build.sh" release qrl
+
+"$root/scripts/build.sh" release qrl qrl-conduit
 exec "$root/build/release/apps/qrl/qrl" demo "$@"

@@ -1,10 +1,20 @@
-// qrl demo: a short tour of the timecode engine. It will grow into the full main job
-// (sample movie, conduit, timecode track, burn-in, xmeml) as those parts arrive.
+// qrl demo: the main job on an embedded default. It makes a short sample movie, starts a
+// conduit the way a parent application does, and has the conduit write an xmeml edit list
+// for the movie; then it tours the timecode engine. The timecode track and burn-in steps
+// join it as those services arrive.
+#include <chrono>
+#include <filesystem>
 #include <iomanip>
 #include <ostream>
 
 #include "apps/qrl/Arguments.h"
 #include "apps/qrl/Command.h"
+#include "clients/cpp/QRLConduitClient.h"
+#include "fsutil/QRLFileSystemUtility.h"
+#include "platform/process/Exception.h"
+#include "platform/quicktime/Movie.h"
+#include "platform/quicktime/MovieInspector.h"
+#include "platform/quicktime/TextMovieInspector.h"
 #include "timecode/QRLTimecodeUtility.h"
 
 namespace qrl::app {
@@ -12,12 +22,40 @@ namespace {
 
 using U = QRLTimecodeUtility;
 
-constexpr const char* kHelp = R"(usage: qrl demo
+constexpr const char* kHelp = R"(usage: qrl demo [--out DIR]
 
-Shows the timecode engine at work: the frame-rate codes, a few conversions between frame
-counts and timecodes (where the engine's families deliberately disagree), and a short
-series around a minute boundary at 29.97.
+Runs the main job on an embedded default, in DIR (default: ./qrl-demo):
+  1. makes a 10-second 640x360 29.97 movie with a tone and a 01:00:00;00 timecode (ffmpeg),
+  2. shows its tracks with the movie reader,
+  3. starts a conduit as a parent application does and has it write an xmeml edit list
+     for the movie,
+  4. tours the timecode engine: rate codes, conversions and series.
+It prints where everything is. Needs the ffmpeg program (scripts/setup.sh installs it).
 )";
+
+constexpr const char* kStartTimecode = "01:00:00;00";
+
+std::string makeSampleMovie(const std::filesystem::path& folder) {
+  QRLFileSystemUtility utility;
+  auto ffmpeg = utility.pathForTerminalCommand("ffmpeg");
+  if (!ffmpeg)
+    throw Exception::io("the ffmpeg program is not installed (run scripts/setup.sh)");
+  std::string movie = (folder / "sample.mov").string();
+  std::filesystem::remove(movie);
+  auto output = utility.executeTerminalCommandWithDelimitedArguments(
+      *ffmpeg,
+      {"-nostdin",  "-loglevel",    "error",   "-y",
+       "-f",        "lavfi",        "-i",      "testsrc2=size=640x360:rate=30000/1001:duration=10",
+       "-f",        "lavfi",        "-i",      "sine=frequency=440:sample_rate=48000:duration=10",
+       "-c:v",      "libx264",      "-preset", "ultrafast",
+       "-pix_fmt",  "yuv420p",      "-c:a",    "pcm_s16le",
+       "-timecode", kStartTimecode, movie},
+      true);
+  if (!std::filesystem::exists(movie)) {
+    throw Exception::io("ffmpeg could not make the sample movie: " + output.value_or(""));
+  }
+  return movie;
+}
 
 void printRates(std::ostream& out) {
   out << "Frame-rate codes:\n";
@@ -78,15 +116,46 @@ int runDemoCommand(const std::vector<std::string>& args, std::ostream& out, std:
     out << kHelp;
     return kExitOk;
   }
-  if (!args.empty()) {
-    err << "qrl demo: unexpected argument '" << args.front() << "' (see qrl demo --help)\n";
+  std::string error;
+  auto parsed = Arguments::parse(args, {"--out"}, {}, error);
+  if (!parsed || !parsed->positionals().empty()) {
+    err << "qrl demo: " << (parsed ? "unexpected argument" : error) << " (see qrl demo --help)\n";
     return kExitUsage;
   }
-  out << "qrl demo: the timecode engine\n\n";
+  namespace fs = std::filesystem;
+  fs::path folder = fs::absolute(parsed->value("--out").value_or("qrl-demo"));
+  fs::create_directories(folder);
+
+  out << "1. Sample movie\n";
+  std::string movie = makeSampleMovie(folder);
+  out << "   " << movie << "\n\n2. Its tracks\n";
+  {
+    auto opened = quicktime::Movie::open(movie);
+    quicktime::TextMovieInspector printer(out);
+    quicktime::MovieInspector::inspect(*opened, printer);
+  }
+
+  out << "\n3. A conduit writes an xmeml edit list\n";
+  auto started = std::chrono::steady_clock::now();
+  auto conduit = client::QRLConduitClient::launch();
+  auto ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - started);
+  out << "   conduit " << conduit->name() << " (process " << conduit->processIdentifier()
+      << ") answered after " << std::fixed << std::setprecision(1) << ms.count() << " ms\n";
+  std::string xml = (folder / "sample.xml").string();
+  archive::Value details(archive::Value::Dictionary{
+      {"filePath", archive::Value(movie)},
+      {"tc", archive::Value(kStartTimecode)},
+      {"frame", archive::Value(static_cast<int64_t>(QRLVideoFrameRate29_97))}});
+  bool written = conduit->documentWriter().saveFinalCut7XmlToPathsForTimecodeDetailsInGroup(
+      {xml}, {details}, false);
+  out << "   " << (written ? xml : std::string("the edit list could not be written")) << "\n";
+
+  out << "\n4. The timecode engine\n\n";
   printRates(out);
   printConversions(out);
   printSeries(out);
-  return kExitOk;
+  out << "\nOutput is in " << folder.string() << "\n";
+  return written ? kExitOk : kExitFailed;
 }
 
 }  // namespace qrl::app

@@ -218,3 +218,16 @@ TEST_F(QrlCallTest, BadCallsExplainThemselves) {
     EXPECT_NE(run.err.find(row.message), std::string::npos) << row.args.back() << ": " << run.err;
   }
 }
+
+TEST_F(QrlCallTest, TheMainJobMakesAMovieAndHasAConduitWriteItsEditList) {
+  Outcome run = qrl({"demo", "--out", root_ + "/demo"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  for (const char* step : {"1. Sample movie", "2. Its tracks", "3. A conduit", "4. The timecode"}) {
+    EXPECT_NE(run.out.find(step), std::string::npos) << step;
+  }
+  std::string xml = slurp(root_ + "/demo/sample.xml");
+  EXPECT_NE(xml.find("<string>01:00:00;00</string>"), std::string::npos) << xml;
+  EXPECT_NE(xml.find("<pathurl>file://" + root_ + "/demo/sample.mov</pathurl>"), std::string::npos);
+  EXPECT_EQ(std::system(("xmllint --noout '" + root_ + "/demo/sample.xml'").c_str()), 0);
+  EXPECT_EQ(qrl({"demo", "stray"}).status, 2);
+}
