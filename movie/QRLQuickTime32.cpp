@@ -1,0 +1,96 @@
+#include "movie/QRLQuickTime32.h"
+
+#include <cstdio>
+
+#include "movie/QRLQuickTimeUtility32.h"
+#include "movie/QRLTimecodeTrackTables.h"
+#include "movie/QuickTimeUtilities.h"
+#include "timecode/QRLTimecodeUtility.h"
+
+namespace qrl {
+
+using quicktime::TimeCodeDef;
+namespace tables = timecode_tables;
+
+int32_t QRLQuickTime32::timeScaleForVideoFrameRate(QRLVideoFrameRate rate) const {
+  return rate < tables::kVideoRates.size() ? tables::kVideoRates[rate].timeScaleA : 0;
+}
+
+uint8_t QRLQuickTime32::frameCountFromVideoFrameRate(QRLVideoFrameRate rate) const {
+  uint8_t count = rate < tables::kVideoRates.size() ? tables::kVideoRates[rate].frameCount : 0;
+  return QRLTimecodeUtility::videoFrameRateIsInterlaced(rate) ? static_cast<uint8_t>(count >> 1)
+                                                              : count;
+}
+
+TimeCodeDef QRLQuickTime32::timecodeDefinitionFromVideoFrameRate(QRLVideoFrameRate rate) const {
+  TimeCodeDef d;
+  d.flags = QRLTimecodeUtility::videoFrameRateIsDropFrame(rate) ? TimeCodeDef::kDropFrame : 0;
+  d.fTimeScale = timeScaleForVideoFrameRate(rate);
+  d.frameDuration = tables::kFrameDuration;
+  d.numFrames = frameCountFromVideoFrameRate(rate);
+  return d;
+}
+
+QRLVideoFrameRate QRLQuickTime32::videoFrameRateFromTimecodeDef(
+    const TimeCodeDef& definition) const {
+  char text[16];
+  std::snprintf(text, sizeof text, "%d", definition.fTimeScale);
+  return QRLTimecodeUtility::sharedInstance().videoFrameRateFromFrameRateDescription(text);
+}
+
+QRLVideoFrameRate QRLQuickTime32::videoFrameRateForTrack(QRLMovieTrack /*track*/) const {
+  return QRLVideoFrameRateUndefined;
+}
+
+std::optional<quicktime::TimeCodeMediaHandler> QRLQuickTime32::QTTC_GetTimeCodeMediaHandler(
+    const quicktime::Movie* movie) const {
+  return QRLQuickTimeUtility32::QTTC_GetTimeCodeMediaHandler(movie);
+}
+
+std::optional<std::string> QRLQuickTime32::QTTC_FindCurrentTimeCode(
+    const quicktime::Movie* movie) const {
+  return QRLQuickTimeUtility32::QTTC_FindCurrentTimeCode(movie);
+}
+
+std::optional<std::string> QRLQuickTime32::QTTC_ShowCurrentTimeCode(
+    const quicktime::Movie* movie) const {
+  return QTTC_FindCurrentTimeCode(movie);
+}
+
+std::optional<std::string> QRLQuickTime32::extractStartTimecodeFromTimecodeTrack(
+    QRLMovieTrack track) const {
+  return QRLQuickTimeUtility32::timecodeStartTimeInQTTimecodeTrack(track);
+}
+
+std::vector<std::string> QRLQuickTime32::timecodeSeriesForMovie(quicktime::Movie* movie) const {
+  return QRLQuickTimeUtility32::timecodeSeriesForMovie(movie);
+}
+
+std::optional<std::string> QRLQuickTime32::timecodeAtCurrentPlayPositionForMovie(
+    const quicktime::Movie* movie) const {
+  return QTTC_FindCurrentTimeCode(movie);
+}
+
+int64_t QRLQuickTime32::durationOfFileInMiliseconds(const std::string& path) const {
+  return QuickTimeUtilities::durationOfFileInMiliseconds(path);
+}
+
+graphics::Image QRLQuickTime32::posterImageForFilePath(const std::string& path,
+                                                       bool compressImage) const {
+  return QuickTimeUtilities::posterImageForFilePath(path, compressImage);
+}
+
+graphics::Image QRLQuickTime32::posterImageForFilePath(const std::string& path) const {
+  return posterImageForFilePath(path, false);
+}
+
+graphics::Size QRLQuickTime32::thumbnailSizeForImageSize(graphics::Size size) const {
+  return QuickTimeUtilities::thumbnailSizeForImageSize(size);
+}
+
+void QRLQuickTime32::timecodeToTimeCodeRecord(const char* timecode,
+                                              quicktime::TimeCodeRecord* toTCRec) const {
+  QRLQuickTimeUtility32::convertStringToTimeCodeRecord(timecode, toTCRec);
+}
+
+}  // namespace qrl

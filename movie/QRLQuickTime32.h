@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "movie/QRLMovieTrack.h"
+#include "platform/graphics/Image.h"
+#include "platform/graphics/Size.h"
+#include "platform/quicktime/TimeCode.h"
+#include "platform/quicktime/TimeCodeMediaHandler.h"
+#include "timecode/QRLVideoFrameRate.h"
+
+namespace qrl {
+
+namespace quicktime {
+class Movie;
+}
+
+// The timecode-track service the parent application reaches through the
+// conduit. It answers frame-rate codes from its own table, which gives time
+// scale 2500 for code 4 and 2997 for code 7 (the utility class answers 5000
+// and 5994); stored tracks depend on both, so neither is "fixed".
+//
+// Movies are passed as pointers because a parent may send none; a null movie
+// gives the documented empty result. Nothing here throws the project
+// exception to the caller.
+class QRLQuickTime32 {
+ public:
+  // --- Frame-rate codes (0 to 9; anything else gives 0) ---
+  int32_t timeScaleForVideoFrameRate(QRLVideoFrameRate rate) const;
+  // Halved for interlaced codes.
+  uint8_t frameCountFromVideoFrameRate(QRLVideoFrameRate rate) const;
+  quicktime::TimeCodeDef timecodeDefinitionFromVideoFrameRate(QRLVideoFrameRate rate) const;
+  // Judged by the decimal time scale alone, as a frame-rate description.
+  QRLVideoFrameRate videoFrameRateFromTimecodeDef(const quicktime::TimeCodeDef& definition) const;
+  // Always 10 (unknown): tracks do not say their rate here.
+  QRLVideoFrameRate videoFrameRateForTrack(QRLMovieTrack track) const;
+
+  // --- Reading timecode tracks ---
+  std::optional<quicktime::TimeCodeMediaHandler> QTTC_GetTimeCodeMediaHandler(
+      const quicktime::Movie* movie) const;
+  std::optional<std::string> QTTC_FindCurrentTimeCode(const quicktime::Movie* movie) const;
+  std::optional<std::string> QTTC_ShowCurrentTimeCode(const quicktime::Movie* movie) const;
+  std::optional<std::string> extractStartTimecodeFromTimecodeTrack(QRLMovieTrack track) const;
+  // One entry per video step, the default timecode where none reads; empty
+  // without a timecode track. Leaves the movie's current time at its end.
+  std::vector<std::string> timecodeSeriesForMovie(quicktime::Movie* movie) const;
+  std::optional<std::string> timecodeAtCurrentPlayPositionForMovie(
+      const quicktime::Movie* movie) const;
+
+  // --- Movie queries ---
+  // In the movie's own time scale; 0 when the file is not a movie.
+  int64_t durationOfFileInMiliseconds(const std::string& path) const;
+  graphics::Image posterImageForFilePath(const std::string& path, bool compressImage) const;
+  graphics::Image posterImageForFilePath(const std::string& path) const;
+  graphics::Size thumbnailSizeForImageSize(graphics::Size size) const;
+
+  // Reads HH, MM, SS and FF by position; see QRLQuickTimeUtility32.
+  void timecodeToTimeCodeRecord(const char* timecode, quicktime::TimeCodeRecord* toTCRec) const;
+};
+
+}  // namespace qrl

@@ -1,0 +1,73 @@
+#include "movie/QuickTimeUtilities.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "movie/MoviePosterFrame.h"
+#include "movie/QRLTimecodeTrackTables.h"
+#include "platform/process/Exception.h"
+#include "platform/quicktime/Movie.h"
+
+namespace qrl {
+
+namespace tables = timecode_tables;
+
+int64_t QuickTimeUtilities::durationOfFileInMiliseconds(const std::string& path) {
+  try {
+    return quicktime::Movie::open(path)->duration().value;
+  } catch (const Exception&) {
+    return 0;
+  }
+}
+
+graphics::Image QuickTimeUtilities::posterImageForFilePath(const std::string& path,
+                                                           bool /*compressImage*/) {
+  auto frame = MoviePosterFrame::firstVideoFrame(path);
+  if (!frame)
+    return graphics::Image(0, 0);
+  const double fit = std::min(
+      {1.0, double{kPosterFitSize} / frame->width(), double{kPosterFitSize} / frame->height()});
+  const int width = std::max(1, static_cast<int>(std::lround(frame->width() * fit)));
+  const int height = std::max(1, static_cast<int>(std::lround(frame->height() * fit)));
+  graphics::Image thumbnail = frame->scaledTo(width, height);
+  return thumbnail.scaledTo(kPosterWidth, kPosterHeight);
+}
+
+graphics::Image QuickTimeUtilities::posterImageForFilePath(const std::string& path) {
+  return posterImageForFilePath(path, false);
+}
+
+graphics::Size QuickTimeUtilities::thumbnailSizeForImageSize(graphics::Size size) {
+  constexpr float kSide = 192.0f;
+  if (size.height > size.width)
+    return {size.width * kSide / size.height, kSide};
+  return {kSide, size.height * kSide / size.width};
+}
+
+std::string QuickTimeUtilities::frameRateStringFromTimeCodeRate(QRLMovieRateDefinition rate) {
+  uint32_t index = rate - tables::kFirstMovieRate;
+  if (rate < tables::kFirstMovieRate || index >= tables::kMovieRates.size())
+    return "2997";
+  return tables::kMovieRates[index].rateString;
+}
+
+bool QuickTimeUtilities::isTimeCodeRateDrop(QRLMovieRateDefinition rate) {
+  return rate == QRLMovieRate2997Drop;
+}
+
+bool QuickTimeUtilities::isTimeCodeRateNTSC(QRLMovieRateDefinition rate) {
+  constexpr uint32_t kNtscMask = 4371;  // bits of 100, 101, 104, 108 and 112
+  uint32_t bit = rate - tables::kFirstMovieRate;
+  return rate >= tables::kFirstMovieRate && bit <= 12 && ((kNtscMask >> bit) & 1u) != 0;
+}
+
+bool QuickTimeUtilities::isFrameRateNTSC(std::string_view frameRate) {
+  if (frameRate.size() < 2)
+    return false;
+  std::string_view head = frameRate.substr(0, 2);
+  return head == "23" || head == "29" || head == "59";
+}
+
+void QuickTimeUtilities::showLogForDefinition(const quicktime::TimeCodeDef& /*definition*/) {}
+
+}  // namespace qrl
