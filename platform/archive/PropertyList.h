@@ -5,11 +5,13 @@
 #include <string>
 #include <string_view>
 
+#include "platform/archive/BinaryPropertyList.h"
 #include "platform/archive/Value.h"
 
 namespace qrl::archive {
 
-// Binary ("bplist00") and XML property lists, through libplist.
+// Binary ("bplist00") and XML property lists: the binary form through our own
+// reader and writer (BinaryPropertyList), XML through libplist.
 //
 // Reading accepts either form and turns an XML dictionary whose only key is
 // "CF$UID" into a UID, which libplist 2.2 leaves as a dictionary. Every read
@@ -18,8 +20,8 @@ namespace qrl::archive {
 // format cannot hold (null, a string with a NUL) throws Exception (Unsupported).
 class PropertyList {
  public:
-  static constexpr size_t kMaxInputBytes = 64u << 20;
-  static constexpr int kMaxDepth = 128;
+  static constexpr size_t kMaxInputBytes = BinaryPropertyList::kMaxInputBytes;
+  static constexpr int kMaxDepth = BinaryPropertyList::kMaxDepth;
 
   static Value parse(std::span<const uint8_t> bytes);
   static Value parse(std::string_view text);
