@@ -20,6 +20,7 @@
 #include "platform/quicktime/TimeToSampleAtom.h"
 #include "platform/quicktime/TrackHeaderAtom.h"
 #include "platform/quicktime/TrackReferenceTypeAtom.h"
+#include "platform/quicktime/VideoMediaInfoAtom.h"
 
 namespace qrl::quicktime {
 
@@ -74,6 +75,8 @@ std::unique_ptr<Atom> parseLeaf(uint32_t type, uint32_t parentType, ByteReader& 
       return DataReferenceAtom::parse(in);
     case TimeCodeMediaInfoAtom::kType:
       return TimeCodeMediaInfoAtom::parse(in);
+    case VideoMediaInfoAtom::kType:
+      return VideoMediaInfoAtom::parse(in);
     default:
       break;
   }

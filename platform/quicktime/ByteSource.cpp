@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -21,9 +22,16 @@ class FileSource : public ByteSource {
   FileSource(const FileSource&) = delete;
   FileSource& operator=(const FileSource&) = delete;
 
-  uint64_t size() const override { return size_; }
+  // The file may have grown since it was opened (a movie being edited appends
+  // its new samples), so the size is looked up again.
+  uint64_t size() const override {
+    refreshSize();
+    return size_;
+  }
 
   void read(uint64_t offset, std::span<uint8_t> out) const override {
+    if (offset > size_ || out.size() > size_ - offset)
+      refreshSize();
     if (offset > size_ || out.size() > size_ - offset) {
       throw Exception::io("read " + path_ + ": " + std::to_string(out.size()) +
                           " bytes at offset " + std::to_string(offset) + " lie past its end (" +
@@ -44,8 +52,14 @@ class FileSource : public ByteSource {
   }
 
  private:
+  void refreshSize() const {
+    struct stat st {};
+    if (::fstat(fd_, &st) == 0)
+      size_ = static_cast<uint64_t>(st.st_size);
+  }
+
   int fd_;
-  uint64_t size_;
+  mutable uint64_t size_;
   std::string path_;
 };
 

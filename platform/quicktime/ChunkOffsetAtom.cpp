@@ -20,6 +20,14 @@ std::unique_ptr<ChunkOffsetAtom> ChunkOffsetAtom::parse(uint32_t type, ByteReade
   return atom;
 }
 
+bool ChunkOffsetAtom::needsWide() const {
+  for (uint64_t o : offsets_) {
+    if (o > std::numeric_limits<uint32_t>::max())
+      return true;
+  }
+  return false;
+}
+
 void ChunkOffsetAtom::writeFields(ByteWriter& out) const {
   out.u32(static_cast<uint32_t>(offsets_.size()));
   for (uint64_t o : offsets_) {

@@ -21,6 +21,8 @@ class ChunkOffsetAtom : public FullAtom {
   bool isWide() const { return type() == kType64; }
   const std::vector<uint64_t>& offsets() const { return offsets_; }
   void setOffsets(std::vector<uint64_t> offsets) { offsets_ = std::move(offsets); }
+  void addOffset(uint64_t offset) { offsets_.push_back(offset); }
+  bool needsWide() const;
 
  protected:
   uint64_t fieldsSize() const override { return 4 + (isWide() ? 8 : 4) * offsets_.size(); }

@@ -14,6 +14,22 @@ std::unique_ptr<Atom> ContainerAtom::removeChild(const Atom* child) {
   return removed;
 }
 
+bool ContainerAtom::replaceChild(const Atom* child, std::unique_ptr<Atom> replacement) {
+  for (auto& c : children_) {
+    if (c.get() == child) {
+      c = std::move(replacement);
+      return true;
+    }
+  }
+  return false;
+}
+
+void ContainerAtom::insertChild(std::unique_ptr<Atom> child, uint32_t before) {
+  auto it = std::find_if(children_.begin(), children_.end(),
+                         [&](const auto& c) { return c->type() == before; });
+  children_.insert(it, std::move(child));
+}
+
 Atom* ContainerAtom::child(uint32_t type) const {
   for (const auto& c : children_) {
     if (c->type() == type)

@@ -16,6 +16,10 @@ class ContainerAtom : public Atom {
   void addChild(std::unique_ptr<Atom> child) { children_.push_back(std::move(child)); }
   // Removes and returns the child; nullptr if it is not a child of this atom.
   std::unique_ptr<Atom> removeChild(const Atom* child);
+  // Puts `replacement` where `child` was; false if `child` is not a child of this atom.
+  bool replaceChild(const Atom* child, std::unique_ptr<Atom> replacement);
+  // Inserts before the first child of type `before`, or at the end when there is none.
+  void insertChild(std::unique_ptr<Atom> child, uint32_t before);
 
   // The first child of the type, or nullptr.
   Atom* child(uint32_t type) const;

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "platform/quicktime/ByteReader.h"
+#include "platform/quicktime/ByteWriter.h"
 #include "platform/quicktime/FourCC.h"
 
 namespace qrl::quicktime {
@@ -73,7 +74,71 @@ Alias readAlias(std::span<const uint8_t> data) {
   return a;
 }
 
+void pascalField(ByteWriter& out, const std::string& text, size_t fieldSize) {
+  size_t length = std::min(text.size(), fieldSize - 1);
+  out.u8(static_cast<uint8_t>(length));
+  out.bytes({reinterpret_cast<const uint8_t*>(text.data()), length});
+  out.zeros(fieldSize - 1 - length);
+}
+
+void tag(ByteWriter& out, int16_t type, const std::string& value) {
+  size_t length = std::min<size_t>(value.size(), 0xFFFF);
+  out.i16(type);
+  out.u16(static_cast<uint16_t>(length));
+  out.bytes({reinterpret_cast<const uint8_t*>(value.data()), length});
+  if (length % 2 != 0)
+    out.u8(0);
+}
+
 }  // namespace
+
+DataReferenceAtom::Entry DataReference::aliasTo(const std::filesystem::path& target,
+                                                const std::filesystem::path& moviePath) {
+  namespace fs = std::filesystem;
+  const fs::path to = fs::weakly_canonical(fs::absolute(target));
+  const fs::path from = fs::weakly_canonical(fs::absolute(moviePath)).parent_path();
+  auto toParts = components(to.string(), '/');
+  auto fromParts = components(from.string(), '/');
+  size_t common = 0;
+  while (common < toParts.size() && common < fromParts.size() &&
+         toParts[common] == fromParts[common]) {
+    ++common;
+  }
+  const auto levelsFrom =
+      static_cast<int16_t>(std::min<size_t>(fromParts.size() - common + 1, 0x7FFF));
+  const auto levelsTo = static_cast<int16_t>(std::min<size_t>(toParts.size() - common, 0x7FFF));
+
+  const std::string volume = "Macintosh HD";
+  std::string carbon = volume;
+  for (const auto& part : toParts)
+    carbon += ":" + part;
+
+  std::vector<uint8_t> record;
+  ByteWriter out(record);
+  out.u32(0);  // application type
+  out.u16(0);  // record size, set below
+  out.u16(2);  // version
+  out.u16(0);  // kind: file
+  pascalField(out, volume, 28);
+  out.u32(0);       // volume date
+  out.u16(0x482B);  // 'H+'
+  out.u16(0);       // fixed disk
+  out.u32(0);       // parent directory ID
+  pascalField(out, to.filename().string(), 64);
+  out.zeros(16);  // file number, date, creator, type
+  out.i16(levelsFrom);
+  out.i16(levelsTo);
+  out.zeros(16);  // volume attributes, file-system ID, reserved
+  tag(out, 0, to.parent_path().filename().string());
+  tag(out, 2, carbon);
+  tag(out, 18, to.string());
+  out.i16(-1);
+  out.u16(0);
+  auto size = static_cast<uint16_t>(std::min<size_t>(record.size(), 0xFFFF));
+  record[4] = static_cast<uint8_t>(size >> 8);
+  record[5] = static_cast<uint8_t>(size);
+  return {fourCC("alis"), 0, std::move(record)};
+}
 
 DataReference DataReference::resolve(const DataReferenceAtom::Entry& entry,
                                      const std::filesystem::path& moviePath) {

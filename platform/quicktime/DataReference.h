@@ -24,6 +24,13 @@ struct DataReference {
   // levels say, then by its POSIX path, then by name beside the movie.
   static DataReference resolve(const DataReferenceAtom::Entry& entry,
                                const std::filesystem::path& moviePath);
+
+  // An 'alis' entry naming `target` as a version 2 alias record: the file
+  // name, the levels from the movie's folder up to the common folder and down
+  // to the target (which FFmpeg follows with enable_drefs), a Carbon path and
+  // a POSIX path. Both paths are made absolute first.
+  static DataReferenceAtom::Entry aliasTo(const std::filesystem::path& target,
+                                          const std::filesystem::path& moviePath);
 };
 
 }  // namespace qrl::quicktime

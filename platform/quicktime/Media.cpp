@@ -19,10 +19,21 @@
 #include "platform/quicktime/TimeToSampleAtom.h"
 
 namespace qrl::quicktime {
+namespace {
 
-Media::Media(const Movie& movie, ContainerAtom& mdia) : movie_(movie), mdia_(mdia) {
-  auto* mdhd = mdia.childAs<MediaHeaderAtom>(MediaHeaderAtom::kType);
-  auto* hdlr = mdia.childAs<HandlerAtom>(HandlerAtom::kType);
+// Samples up to this size are kept after a read: per-frame loops ask a
+// timecode track for its 4-byte frame number once a frame.
+constexpr size_t kCachedSampleSize = 64;
+
+}  // namespace
+
+Media::Media(Movie& movie, ContainerAtom& mdia) : movie_(movie), mdia_(mdia) {
+  reload();
+}
+
+void Media::reload() {
+  auto* mdhd = mdia_.childAs<MediaHeaderAtom>(MediaHeaderAtom::kType);
+  auto* hdlr = mdia_.childAs<HandlerAtom>(HandlerAtom::kType);
   if (mdhd == nullptr)
     throw Exception::parse("media has no header ('mdhd')");
   if (hdlr == nullptr) {
@@ -37,18 +48,23 @@ Media::Media(const Movie& movie, ContainerAtom& mdia) : movie_(movie), mdia_(mdi
   timeScale_ = static_cast<int32_t>(scale);
   mediaType_ = hdlr->componentSubtype();
 
-  if (auto* dref = mdia.container({fourCC("minf"), fourCC("dinf")}); dref != nullptr) {
+  dataReferences_.clear();
+  if (auto* dref = mdia_.container({fourCC("minf"), fourCC("dinf")}); dref != nullptr) {
     if (auto* atom = dref->childAs<DataReferenceAtom>(DataReferenceAtom::kType)) {
       for (const auto& e : atom->entries()) {
-        dataReferences_.push_back(DataReference::resolve(e, movie.path()));
+        dataReferences_.push_back(DataReference::resolve(e, movie_.path()));
       }
     }
   }
+  externalSources_.clear();
   externalSources_.resize(dataReferences_.size());
+  invalidateCache();
+  appendedChunkEnd_.reset();
 
-  ContainerAtom* stbl = mdia.container({fourCC("minf"), fourCC("stbl")});
+  ContainerAtom* stbl = mdia_.container({fourCC("minf"), fourCC("stbl")});
   if (stbl == nullptr)
     throw Exception::parse("media has no sample table ('stbl')");
+  descriptions_.clear();
   if (auto* stsd = stbl->childAs<SampleDescriptionAtom>(SampleDescriptionAtom::kType)) {
     for (const auto& entry : stsd->entries()) {
       descriptions_.push_back(SampleDescription::parse(entry, mediaType_));
@@ -72,9 +88,9 @@ Media::Media(const Movie& movie, ContainerAtom& mdia) : movie_(movie), mdia_(mdi
       allSelf = false;
     }
   }
-  if (allSelf && samples_.dataEnd() > movie.data().size()) {
+  if (allSelf && samples_.dataEnd() > movie_.data().size()) {
     throw Exception::parse("sample data ends at byte " + std::to_string(samples_.dataEnd()) +
-                           " but the file has " + std::to_string(movie.data().size()) +
+                           " but the file has " + std::to_string(movie_.data().size()) +
                            " bytes (truncated?)");
   }
 }
@@ -140,8 +156,17 @@ const ByteSource& Media::sourceFor(uint32_t descriptionNumber) const {
 }
 
 std::vector<uint8_t> Media::readSample(uint32_t index) const {
+  if (cachedSample_ && cachedSample_->first == index)
+    return cachedSample_->second;
   Sample s = samples_.sample(index);
-  return sourceFor(s.descriptionNumber).read(s.offset, s.size);
+  auto bytes = sourceFor(s.descriptionNumber).read(s.offset, s.size);
+  if (bytes.size() <= kCachedSampleSize)
+    cachedSample_.emplace(index, bytes);
+  return bytes;
+}
+
+void Media::invalidateCache() const {
+  cachedSample_.reset();
 }
 
 }  // namespace qrl::quicktime

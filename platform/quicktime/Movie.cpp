@@ -16,6 +16,30 @@ Movie::Movie(std::filesystem::path path, std::unique_ptr<ByteSource> data)
 
 Movie::~Movie() = default;
 
+void Movie::setEditable(bool editable) {
+  if (!editable) {
+    writer_.reset();
+    return;
+  }
+  if (writer_)
+    return;
+  if (path_.empty())
+    throw Exception::unsupported("a movie held in memory cannot be saved in place");
+  if (imported_) {
+    throw Exception::unsupported(path_.string() +
+                                 ": a sound file opened as a movie cannot be saved in place");
+  }
+  std::optional<uint64_t> openEnded;
+  if (!topLevel_.empty() && topLevel_.back().openEnded)
+    openEnded = topLevel_.back().offset;
+  writer_ = std::make_unique<MovieFileWriter>(path_, openEnded);
+}
+
+void Movie::requireEditable() const {
+  if (!writer_)
+    throw Exception::unsupported("the movie is not editable");
+}
+
 std::unique_ptr<Movie> Movie::open(const std::filesystem::path& path) {
   std::unique_ptr<Movie> movie(new Movie(path, ByteSource::openFile(path)));
   try {
@@ -35,14 +59,9 @@ std::unique_ptr<Movie> Movie::fromBytes(std::vector<uint8_t> bytes) {
   return movie;
 }
 
-void Movie::load() {
-  moov_ = SoundFileImporter::import(*data_);
-  if (moov_) {
-    topLevel_.push_back({fourCC("moov"), 0, 0});
-    buildModel();
-    return;
-  }
-  const uint64_t fileSize = data_->size();
+std::vector<Movie::TopLevelAtom> Movie::scanTopLevel(const ByteSource& data) {
+  std::vector<TopLevelAtom> atoms;
+  const uint64_t fileSize = data.size();
   uint64_t position = 0;
   while (position < fileSize) {
     uint64_t left = fileSize - position;
@@ -50,16 +69,18 @@ void Movie::load() {
       throw Exception::parse("truncated: " + std::to_string(left) + " stray bytes at offset " +
                              std::to_string(position));
     }
-    auto head = data_->read(position, static_cast<size_t>(std::min<uint64_t>(left, 16)));
+    auto head = data.read(position, static_cast<size_t>(std::min<uint64_t>(left, 16)));
     ByteReader in(head, "top-level atom");
     uint64_t size = in.u32();
     uint32_t type = in.u32();
     uint64_t headerSize = 8;
+    bool openEnded = false;
     if (size == 1) {
       size = in.u64();
       headerSize = 16;
     } else if (size == 0) {
       size = left;
+      openEnded = true;
     }
     std::string where = quoted(type) + " at offset " + std::to_string(position);
     if (size < headerSize) {
@@ -70,15 +91,30 @@ void Movie::load() {
       throw Exception::parse("truncated: atom " + where + " claims " + std::to_string(size) +
                              " bytes, only " + std::to_string(left) + " are left in the file");
     }
-    topLevel_.push_back({type, position, size});
-    // The first movie atom wins, as in every common reader.
-    if (type == fourCC("moov") && !moov_) {
-      auto bytes = data_->read(position, static_cast<size_t>(size));
+    atoms.push_back({type, position, size, openEnded});
+    position += size;
+  }
+  return atoms;
+}
+
+void Movie::load() {
+  moov_ = SoundFileImporter::import(*data_);
+  if (moov_) {
+    imported_ = true;
+    topLevel_.push_back({fourCC("moov"), 0, 0});
+    buildModel();
+    return;
+  }
+  topLevel_ = scanTopLevel(*data_);
+  // The first movie atom wins, as in every common reader.
+  for (const auto& a : topLevel_) {
+    if (a.type == fourCC("moov")) {
+      auto bytes = data_->read(a.offset, static_cast<size_t>(a.size));
       ByteReader atomReader(bytes, "moov");
       auto atom = AtomFactory::parse(atomReader);
       moov_.reset(static_cast<ContainerAtom*>(atom.release()));
+      break;
     }
-    position += size;
   }
   if (!moov_)
     throw Exception::parse("no movie atom ('moov') in the file");

@@ -17,6 +17,20 @@ std::unique_ptr<SampleSizeAtom> SampleSizeAtom::parse(ByteReader& in) {
   return atom;
 }
 
+void SampleSizeAtom::addSamples(uint32_t size, uint32_t count) {
+  if (count == 0)
+    return;
+  if (sampleCount_ == 0 && sizes_.empty() && size != 0) {
+    constantSize_ = size;
+  } else if (constantSize_ != 0 && size != constantSize_) {
+    sizes_.assign(sampleCount_, constantSize_);
+    constantSize_ = 0;
+  }
+  if (constantSize_ == 0)
+    sizes_.insert(sizes_.end(), count, size);
+  sampleCount_ += count;
+}
+
 void SampleSizeAtom::writeFields(ByteWriter& out) const {
   out.u32(constantSize_);
   out.u32(sampleCount_);

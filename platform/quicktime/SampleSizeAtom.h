@@ -24,6 +24,9 @@ class SampleSizeAtom : public FullAtom {
     sampleCount_ = count;
     sizes_.clear();
   }
+  // Appends `count` samples of `size` bytes, keeping the constant form while
+  // every sample has the same size (a sound track adds millions of them).
+  void addSamples(uint32_t size, uint32_t count);
   void setSizes(std::vector<uint32_t> sizes) {
     constantSize_ = 0;
     sampleCount_ = static_cast<uint32_t>(sizes.size());

@@ -170,6 +170,66 @@ Sample SampleTable::sample(uint32_t index) const {
   return s;
 }
 
+void SampleTable::append(uint64_t offset, uint32_t size, uint32_t count, uint32_t duration,
+                         uint32_t descriptionNumber, bool sync, bool joinLastChunk) {
+  if (count == 0)
+    return;
+  const uint32_t first = sampleCount_;
+  if (!timeRuns_.empty() && timeRuns_.back().delta == duration) {
+    timeRuns_.back().count += count;
+  } else {
+    timeRuns_.push_back({first, count, duration, duration_});
+  }
+  if (joinLastChunk && !chunkRuns_.empty()) {
+    auto last = static_cast<uint32_t>(chunkOffsets_.size() - 1);
+    ChunkRun& run = chunkRuns_.back();
+    if (run.firstChunk == last) {
+      run.samplesPerChunk += count;
+    } else {
+      chunkRuns_.push_back(
+          {last, run.samplesPerChunk + count, run.descriptionNumber, first - run.samplesPerChunk});
+    }
+  } else {
+    auto chunk = static_cast<uint32_t>(chunkOffsets_.size());
+    chunkOffsets_.push_back(offset);
+    if (chunkRuns_.empty() || chunkRuns_.back().samplesPerChunk != count ||
+        chunkRuns_.back().descriptionNumber != descriptionNumber) {
+      chunkRuns_.push_back({chunk, count, descriptionNumber, first});
+    }
+  }
+  // Sizes: constant while every sample has the same size, as 'stsz' keeps them.
+  if (first == 0 && sizes_.empty() && size != 0) {
+    constantSize_ = size;
+  } else if (constantSize_ != 0 && size != constantSize_) {
+    sizes_.assign(first, constantSize_);
+    constantSize_ = 0;
+  }
+  if (constantSize_ == 0)
+    sizes_.insert(sizes_.end(), count, size);
+  if (!sync && allSync_) {
+    allSync_ = false;
+    syncNumbers_.resize(first);
+    for (uint32_t i = 0; i < first; ++i)
+      syncNumbers_[i] = i + 1;
+  }
+  if (!allSync_ && sync) {
+    for (uint32_t i = 0; i < count; ++i)
+      syncNumbers_.push_back(first + i + 1);
+  }
+  sampleCount_ += count;
+  duration_ += static_cast<int64_t>(count) * duration;
+  dataEnd_ = std::max(dataEnd_, offset + static_cast<uint64_t>(size) * count);
+}
+
+uint64_t SampleTable::bytesOf(uint32_t first, uint32_t count) const {
+  if (constantSize_ != 0)
+    return static_cast<uint64_t>(constantSize_) * count;
+  uint64_t total = 0;
+  for (uint32_t i = first; i < first + count && i < sizes_.size(); ++i)
+    total += sizes_[i];
+  return total;
+}
+
 std::optional<uint32_t> SampleTable::sampleIndexAtTime(int64_t time) const {
   const TimeRun* run = timeRunAt(time);
   if (run == nullptr || run->delta == 0)

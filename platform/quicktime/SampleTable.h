@@ -53,6 +53,34 @@ class SampleTable {
   // The earliest sample start later than `time`; none when no sample starts after it.
   std::optional<int64_t> nextSampleTimeAfter(int64_t time) const;
 
+  // Samples in the last chunk (0 without chunks).
+  uint32_t lastChunkSampleCount() const {
+    return chunkRuns_.empty() ? 0 : chunkRuns_.back().samplesPerChunk;
+  }
+  // Appends `count` samples of `size` bytes laid out one after another from
+  // `offset`, each lasting `duration`, exactly as Media records them in the
+  // atoms, so the table stays current without being rebuilt. With
+  // `joinLastChunk` they continue the last chunk; otherwise they start one.
+  void append(uint64_t offset, uint32_t size, uint32_t count, uint32_t duration,
+              uint32_t descriptionNumber, bool sync, bool joinLastChunk);
+
+  // Calls `visit(chunkIndex, offset, firstSample, sampleCount, descriptionNumber)`
+  // for every chunk in order (0-based chunk index and sample index).
+  template <typename Visit>
+  void forEachChunk(Visit visit) const {
+    for (size_t r = 0; r < chunkRuns_.size(); ++r) {
+      const ChunkRun& run = chunkRuns_[r];
+      size_t end = r + 1 < chunkRuns_.size() ? chunkRuns_[r + 1].firstChunk : chunkOffsets_.size();
+      uint32_t sample = run.firstSample;
+      for (size_t c = run.firstChunk; c < end && sample < sampleCount_; ++c) {
+        visit(c, chunkOffsets_[c], sample, run.samplesPerChunk, run.descriptionNumber);
+        sample += run.samplesPerChunk;
+      }
+    }
+  }
+  // Bytes of samples [first, first + count).
+  uint64_t bytesOf(uint32_t first, uint32_t count) const;
+
  private:
   struct TimeRun {
     uint32_t firstSample;

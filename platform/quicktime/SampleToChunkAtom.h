@@ -25,6 +25,26 @@ class SampleToChunkAtom : public FullAtom {
 
   const std::vector<Entry>& entries() const { return entries_; }
   void setEntries(std::vector<Entry> entries) { entries_ = std::move(entries); }
+  // Records that chunk `chunkNumber` (the new last chunk) holds `samples`
+  // samples of the description, merging with the last run when it matches.
+  void addChunk(uint32_t chunkNumber, uint32_t samples, uint32_t descriptionNumber) {
+    if (!entries_.empty() && entries_.back().samplesPerChunk == samples &&
+        entries_.back().descriptionNumber == descriptionNumber) {
+      return;
+    }
+    entries_.push_back({chunkNumber, samples, descriptionNumber});
+  }
+  // Adds samples to the last chunk, `chunkNumber`, splitting its run if the
+  // run covers earlier chunks too.
+  void growLastChunk(uint32_t chunkNumber, uint32_t extraSamples) {
+    Entry& last = entries_.back();
+    if (last.firstChunk == chunkNumber) {
+      last.samplesPerChunk += extraSamples;
+    } else {
+      entries_.push_back(
+          {chunkNumber, last.samplesPerChunk + extraSamples, last.descriptionNumber});
+    }
+  }
 
  protected:
   uint64_t fieldsSize() const override { return 4 + 12 * entries_.size(); }

@@ -17,6 +17,7 @@ class SyncSampleAtom : public FullAtom {
 
   const std::vector<uint32_t>& sampleNumbers() const { return numbers_; }
   void setSampleNumbers(std::vector<uint32_t> numbers) { numbers_ = std::move(numbers); }
+  void addSampleNumber(uint32_t number) { numbers_.push_back(number); }
 
  protected:
   uint64_t fieldsSize() const override { return 4 + 4 * numbers_.size(); }

@@ -30,6 +30,40 @@ TimeCodeMediaHandler::TimeCodeMediaHandler(const Track& track) : track_(&track) 
   }
 }
 
+TimeCodeMediaHandler::TimeCodeMediaHandler(Track& track)
+    : TimeCodeMediaHandler(static_cast<const Track&>(track)) {
+  mutableTrack_ = &track;
+}
+
+Track& TimeCodeMediaHandler::editableTrack() const {
+  if (mutableTrack_ == nullptr)
+    throw Exception::unsupported("this timecode handler cannot change its track");
+  return *mutableTrack_;
+}
+
+void TimeCodeMediaHandler::setDisplayOptions(const TextOptions& o) {
+  Track& track = editableTrack();
+  auto& tcmi = track.media().timeCodeMediaInfo();
+  auto f = tcmi.fields();
+  f.textFont = o.txFont;
+  f.textFace = o.txFace;
+  f.textSize = o.txSize;
+  f.textColor = o.foreColor;
+  f.backgroundColor = o.backColor;
+  if (!o.fontName.empty())
+    f.fontName = o.fontName;
+  tcmi.setFields(f);
+  track.movie().markChanged();
+}
+
+void TimeCodeMediaHandler::setTimeCodeFlags(int32_t flags, int32_t mask) {
+  Track& track = editableTrack();
+  auto& tcmi = track.media().timeCodeMediaInfo();
+  auto bits = static_cast<uint32_t>(mask & kShowTimeCode);
+  tcmi.setFlags((tcmi.flags() & ~bits) | (static_cast<uint32_t>(flags) & bits));
+  track.movie().markChanged();
+}
+
 std::optional<TimeCodeMediaHandler> TimeCodeMediaHandler::forMovie(const Movie& movie) {
   auto tracks = movie.tracksOfMediaType(kMediaTypeTimeCode);
   if (tracks.empty())

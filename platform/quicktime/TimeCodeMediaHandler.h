@@ -41,6 +41,8 @@ class TimeCodeMediaHandler {
 
   // Throws an unsupported Exception when the track's media is not timecode.
   explicit TimeCodeMediaHandler(const Track& track);
+  // A handler that may also change the track's display (the setters below).
+  explicit TimeCodeMediaHandler(Track& track);
   // The handler of the movie's first timecode track; none without one.
   static std::optional<TimeCodeMediaHandler> forMovie(const Movie& movie);
 
@@ -53,6 +55,12 @@ class TimeCodeMediaHandler {
   TextOptions displayOptions() const;
   // kShowTimeCode when the display is switched on.
   int32_t timeCodeFlags() const;
+
+  // TCSetDisplayOptions and TCSetTimeCodeFlags (the bits in `mask` take their
+  // values from `flags`). Throw an unsupported Exception on a handler made
+  // from a const track or a movie that is not editable.
+  void setDisplayOptions(const TextOptions& options);
+  void setTimeCodeFlags(int32_t flags, int32_t mask);
 
   // The timecode shown at a movie time: the frame number stored in the sample
   // covering it plus the whole frames elapsed since that sample began. None in
@@ -71,7 +79,10 @@ class TimeCodeMediaHandler {
   static std::string toString(const TimeCodeDef& definition, const TimeCodeRecord& record);
 
  private:
+  Track& editableTrack() const;
+
   const Track* track_;
+  Track* mutableTrack_ = nullptr;
 };
 
 }  // namespace qrl::quicktime

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -23,6 +24,17 @@ class TimeToSampleAtom : public FullAtom {
 
   const std::vector<Entry>& entries() const { return entries_; }
   void setEntries(std::vector<Entry> entries) { entries_ = std::move(entries); }
+  // Appends samples, extending the last run when the duration matches.
+  void addSamples(uint32_t count, uint32_t delta) {
+    if (count == 0)
+      return;
+    if (!entries_.empty() && entries_.back().delta == delta &&
+        entries_.back().count <= UINT32_MAX - count) {
+      entries_.back().count += count;
+    } else {
+      entries_.push_back({count, delta});
+    }
+  }
 
  protected:
   uint64_t fieldsSize() const override { return 4 + 8 * entries_.size(); }

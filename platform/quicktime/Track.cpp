@@ -19,7 +19,7 @@ constexpr int64_t kMaxTime = int64_t{1} << 52;
 
 }  // namespace
 
-Track::Track(const Movie& movie, ContainerAtom& trak) : movie_(movie), trak_(trak) {
+Track::Track(Movie& movie, ContainerAtom& trak) : movie_(movie), trak_(trak) {
   tkhd_ = trak.childAs<TrackHeaderAtom>(TrackHeaderAtom::kType);
   if (tkhd_ == nullptr)
     throw Exception::parse("track has no header ('tkhd')");
@@ -27,7 +27,14 @@ Track::Track(const Movie& movie, ContainerAtom& trak) : movie_(movie), trak_(tra
   if (mdia == nullptr)
     throw Exception::parse("track has no media ('mdia')");
   media_ = std::make_unique<Media>(movie, *mdia);
+  reload();
+}
 
+void Track::reload() {
+  tkhd_ = trak_.childAs<TrackHeaderAtom>(TrackHeaderAtom::kType);
+  if (tkhd_ == nullptr)
+    throw Exception::parse("track has no header ('tkhd')");
+  edits_.clear();
   int64_t start = 0;
   for (const auto& e : editList()) {
     if (e.duration > static_cast<uint64_t>(kMaxTime) || e.mediaTime > kMaxTime ||
