@@ -52,23 +52,71 @@ char32_t nextCodePoint(std::string_view s, size_t& i) {
   return cp;
 }
 
+constexpr uint64_t kHighBits = 0x8080808080808080u;
+constexpr uint64_t kLowBits = 0x0101010101010101u;
+
+uint64_t word(const char* p) {
+  uint64_t w;
+  std::memcpy(&w, p, sizeof w);
+  return w;
+}
+
+// A quick hash for the writer's string table (eight bytes at a time).
+uint64_t hashOf(std::string_view s) {
+  constexpr uint64_t kMul = 0xFF51AFD7ED558CCDu;
+  uint64_t h = 0x9E3779B97F4A7C15u ^ s.size();
+  size_t i = 0;
+  for (; i + 8 <= s.size(); i += 8) {
+    h = (h ^ word(s.data() + i)) * kMul;
+    h ^= h >> 32;
+  }
+  uint64_t tail = 0;
+  std::memcpy(&tail, s.data() + i, s.size() - i);
+  h = (h ^ tail) * kMul;
+  return h ^ (h >> 29);
+}
+
+// Working vectors kept per thread from one call to the next, so that small
+// messages do not allocate them every time; after a large value they give
+// their memory back. Writer and Reader never run inside one another.
+template <typename T, int Tag>
+class Scratch {
+ public:
+  Scratch() : v(storage()) { v.clear(); }
+  ~Scratch() {
+    if (v.capacity() > 4096)
+      std::vector<T>().swap(v);
+    else
+      v.clear();
+  }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+
+  std::vector<T>& v;
+
+ private:
+  static std::vector<T>& storage() {
+    thread_local std::vector<T> s;
+    return s;
+  }
+};
+
 class Writer {
  public:
   Data run(const Value& root) {
+    slots_.assign(64, 0);
     add(root, 0);
     refSize_ = widthFor(items_.size() - 1);
     out_.reserve(estimate_ + items_.size() * 3 + refs_.size() * refSize_ + 64);
     out_.assign(std::begin(kMagic), std::end(kMagic));
-    std::vector<uint64_t> offsets;
-    offsets.reserve(items_.size());
-    for (const Item& item : items_) {
-      offsets.push_back(out_.size());
+    for (Item& item : items_) {
+      item.offset = out_.size();
       emit(item);
     }
     uint64_t tableOffset = out_.size();
-    unsigned offsetSize = widthFor(offsets.back());
-    for (uint64_t o : offsets)
-      put(o, offsetSize);
+    unsigned offsetSize = widthFor(items_.back().offset);
+    for (const Item& item : items_)
+      put(item.offset, offsetSize);
     out_.insert(out_.end(), 6, 0);
     out_.push_back(static_cast<uint8_t>(offsetSize));
     out_.push_back(static_cast<uint8_t>(refSize_));
@@ -85,6 +133,7 @@ class Writer {
     const std::string* text = nullptr;
     uint32_t refs = 0;  // first reference in refs_, for containers
     bool ascii = false;
+    uint64_t offset = 0;
   };
 
   uint32_t push(Item item) {
@@ -143,21 +192,25 @@ class Writer {
   // Each distinct string is written once; archives repeat their keys and
   // class names in every object.
   uint32_t addString(const std::string& s, const char* what) {
-    if (slots_.empty())
-      slots_.assign(16, 0);
     size_t mask = slots_.size() - 1;
-    size_t h = std::hash<std::string_view>()(s) & mask;
+    size_t h = hashOf(s) & mask;
     for (; slots_[h] != 0; h = (h + 1) & mask) {
       if (*items_[slots_[h] - 1].text == s)
         return slots_[h] - 1;
     }
     bool ascii = true;
-    for (char c : s) {
-      if (c == '\0') {
+    size_t i = 0;
+    for (; i + 8 <= s.size(); i += 8) {
+      uint64_t w = word(s.data() + i);
+      if (((w - kLowBits) & ~w & kHighBits) != 0 || (w & kHighBits) != 0)
+        break;  // a NUL or a byte past ASCII: look closer
+    }
+    for (; i < s.size(); ++i) {
+      if (s[i] == '\0') {
         throw Exception::unsupported(std::string("property list: ") + what +
                                      " holds a NUL character");
       }
-      ascii = ascii && static_cast<uint8_t>(c) < 0x80;
+      ascii = ascii && static_cast<uint8_t>(s[i]) < 0x80;
     }
     if (!ascii && !BinaryPropertyList::isUtf8(s))
       throw Exception::unsupported(std::string("property list: ") + what + " is not valid UTF-8");
@@ -176,7 +229,7 @@ class Writer {
     for (uint32_t slot : old) {
       if (slot == 0)
         continue;
-      size_t h = std::hash<std::string_view>()(*items_[slot - 1].text) & mask;
+      size_t h = hashOf(*items_[slot - 1].text) & mask;
       while (slots_[h] != 0)
         h = (h + 1) & mask;
       slots_[h] = slot;
@@ -286,9 +339,12 @@ class Writer {
     }
   }
 
-  std::vector<Item> items_;
-  std::vector<uint32_t> refs_;
-  std::vector<uint32_t> slots_;  // string table: item index + 1, 0 when empty
+  Scratch<Item, 0> itemScratch_;
+  Scratch<uint32_t, 1> refScratch_;
+  Scratch<uint32_t, 2> slotScratch_;
+  std::vector<Item>& items_ = itemScratch_.v;
+  std::vector<uint32_t>& refs_ = refScratch_.v;
+  std::vector<uint32_t>& slots_ = slotScratch_.v;  // string table: item index + 1, 0 when empty
   size_t strings_ = 0;
   size_t estimate_ = 0;
   unsigned refSize_ = 1;
@@ -557,8 +613,10 @@ class Reader {
   uint64_t end_ = 0;  // where the offset table starts: objects lie before it
   uint64_t maxNodes_ = 0;
   uint64_t maxBytes_ = 0;
-  std::vector<uint32_t> marks_;  // per object: unseen, on the path, or shared_ index + 1
-  std::vector<Shared> shared_;
+  Scratch<uint32_t, 3> markScratch_;
+  Scratch<Shared, 4> sharedScratch_;
+  std::vector<uint32_t>& marks_ = markScratch_.v;  // unseen, on the path, or shared_ index + 1
+  std::vector<Shared>& shared_ = sharedScratch_.v;
 };
 
 }  // namespace
@@ -582,6 +640,10 @@ Data BinaryPropertyList::write(const Value& value) {
 bool BinaryPropertyList::isUtf8(std::string_view s) {
   size_t i = 0, n = s.size();
   while (i < n) {
+    while (i + 8 <= n && (word(s.data() + i) & kHighBits) == 0)
+      i += 8;
+    if (i == n)
+      break;
     auto c = static_cast<uint8_t>(s[i]);
     if (c < 0x80) {
       ++i;

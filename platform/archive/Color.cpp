@@ -1,7 +1,7 @@
 #include "platform/archive/Color.h"
 
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <vector>
 
@@ -12,12 +12,14 @@ namespace {
 
 constexpr std::string_view kChain[] = {"NSColor", "NSObject"};
 
+// The text printf's "%.10g" gives, without printf's cost.
 void appendComponent(std::string& out, float f) {
   char buf[32];
-  int n = std::snprintf(buf, sizeof buf, "%.10g", static_cast<double>(f));
+  auto r =
+      std::to_chars(buf, buf + sizeof buf, static_cast<double>(f), std::chars_format::general, 10);
   if (!out.empty())
     out += ' ';
-  out.append(buf, static_cast<size_t>(n));
+  out.append(buf, r.ptr);
 }
 
 }  // namespace

@@ -111,8 +111,8 @@ ObjectPtr KeyedUnarchiver::fail(const std::string& problem) {
   std::string message = "keyed archive: ";
   if (!openIndex_.empty()) {
     message += "object " + std::to_string(openIndex_.back());
-    if (!openClass_.back().empty())
-      message += " (" + openClass_.back() + ")";
+    if (!openClass_.back()->empty())
+      message += " (" + *openClass_.back() + ")";
     message += ": ";
   }
   message += problem;
@@ -129,8 +129,10 @@ void KeyedUnarchiver::wrongType(std::string_view key) {
 const Value* KeyedUnarchiver::field(std::string_view key) const {
   if (open_.empty())
     return nullptr;
-  auto it = open_.back()->find(escapedKey(key));
-  return it == open_.back()->end() ? nullptr : &it->second;
+  const Value::Dictionary& fields = *open_.back();
+  // Only keys that start with "$" are stored escaped; the rest need no copy.
+  auto it = !key.empty() && key.front() == '$' ? fields.find(escapedKey(key)) : fields.find(key);
+  return it == fields.end() ? nullptr : &it->second;
 }
 
 bool KeyedUnarchiver::containsValueForKey(std::string_view key) const {
@@ -171,31 +173,30 @@ ObjectPtr KeyedUnarchiver::objectAt(const Value& reference, std::string_view whe
   return result;
 }
 
-std::optional<std::string> KeyedUnarchiver::className(uint64_t index, const Value& classReference) {
-  std::string where = "object " + std::to_string(index);
+const std::string* KeyedUnarchiver::className(uint64_t index, const Value& classReference) {
+  // The message prefix is built only when there is a problem to report.
+  auto problem = [&](std::string_view what) {
+    fail(text({"object ", std::to_string(index), " ", what}));
+    return nullptr;
+  };
   auto uid = classReference.uid();
   if (!uid) {
-    fail(where + " has a $class that is not a reference");
-    return std::nullopt;
+    return problem("has a $class that is not a reference");
   }
   if (uid->index == 0 || uid->index >= objects_.size()) {
-    fail(where + " has a $class reference out of range");
-    return std::nullopt;
+    return problem("has a $class reference out of range");
   }
   const Value& description = objects_[uid->index];
   if (description.dictionary() == nullptr) {
-    fail(where + " has a $class that is not a class description");
-    return std::nullopt;
+    return problem("has a $class that is not a class description");
   }
   const Value* name = description.find("$classname");
   if (name == nullptr) {
-    fail(where + " has a class description without $classname");
-    return std::nullopt;
+    return problem("has a class description without $classname");
   }
   const std::string* nameText = name->string();
   if (nameText == nullptr) {
-    fail(where + " has a $classname that is a " + std::string(name->typeName()) + ", not a string");
-    return std::nullopt;
+    return problem(text({"has a $classname that is a ", name->typeName(), ", not a string"}));
   }
   if (const Value* chain = description.find("$classes")) {
     bool strings = chain->array() != nullptr;
@@ -204,11 +205,10 @@ std::optional<std::string> KeyedUnarchiver::className(uint64_t index, const Valu
         strings = strings && c.string() != nullptr;
     }
     if (!strings) {
-      fail(where + " has a $classes that is not an array of class names");
-      return std::nullopt;
+      return problem("has a $classes that is not an array of class names");
     }
   }
-  return std::optional<std::string>(std::in_place, *nameText);
+  return nameText;
 }
 
 ObjectPtr KeyedUnarchiver::decodeEntry(uint64_t index) {
@@ -234,8 +234,8 @@ ObjectPtr KeyedUnarchiver::decodeEntry(uint64_t index) {
   if (classReference == nullptr) {
     return fail("object " + std::to_string(index) + " has no $class");
   }
-  auto name = className(index, *classReference);
-  if (!name)
+  const std::string* name = className(index, *classReference);
+  if (name == nullptr)
     return nullptr;
   ClassRegistry::Decoder decoder = registry_.find(*name);
   if (decoder == nullptr) {
@@ -253,7 +253,7 @@ ObjectPtr KeyedUnarchiver::decodeEntry(uint64_t index) {
   }
   open_.push_back(entry.dictionary());
   openIndex_.push_back(index);
-  openClass_.push_back(*name);
+  openClass_.push_back(name);
   struct Close {
     KeyedUnarchiver& c;
     ~Close() {

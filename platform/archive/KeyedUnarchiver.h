@@ -77,7 +77,9 @@ class KeyedUnarchiver {
   ObjectPtr objectAt(const Value& reference, std::string_view where);
   ObjectPtr decodeEntry(uint64_t index);
   const Value* field(std::string_view key) const;
-  std::optional<std::string> className(uint64_t index, const Value& classReference);
+  // The class name of object `index`, or null after reporting a malformed
+  // class description.
+  const std::string* className(uint64_t index, const Value& classReference);
   void wrongType(std::string_view key);
 
   const Value::Array& objects_;
@@ -87,7 +89,7 @@ class KeyedUnarchiver {
   std::vector<uint8_t> state_;
   std::vector<const Value::Dictionary*> open_;  // the objects being decoded, innermost last
   std::vector<uint64_t> openIndex_;
-  std::vector<std::string> openClass_;
+  std::vector<const std::string*> openClass_;  // names live in objects_
 };
 
 }  // namespace qrl::archive

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/archive/ArrayObject.h"
 #include "platform/archive/Color.h"
@@ -92,6 +94,21 @@ TEST(KeyedArchiver, ColourIsSpaceAndNulTerminatedComponentText) {
             KeyedArchiver::archivedDataWithRootObject(&c.color)));
     ASSERT_TRUE(back);
     EXPECT_EQ(*back, c.color);
+  }
+}
+
+// The component text is printf's "%.10g" of each float; libc is the judge
+// over awkward values (tiny, huge, subnormal, negative, ten-digit rounding).
+TEST(KeyedArchiver, ColourTextIsPrintfsTenDigitForm) {
+  std::vector<float> values = {0.0f,   -0.0f,  1.0f,      0.1f,         1.0f / 3,     2.0f / 3,
+                               1e-5f,  1e-4f,  123456.8f, 1234567890.f, 9999999999.f, 3.4e38f,
+                               1e-38f, 1e-45f, -0.75f,    0.9999999f};
+  for (int i = 0; i <= 255; ++i)
+    values.push_back(static_cast<float>(i) / 255.f);
+  for (float v : values) {
+    char expected[64];
+    std::snprintf(expected, sizeof expected, "%.10g", static_cast<double>(v));
+    EXPECT_EQ(Color::calibratedWhite(v, 1).componentText(), expected) << v;
   }
 }
 
