@@ -55,7 +55,7 @@ TEST_F(ClientTest, TypedProxiesCarryTheWireFormsTheConduitChecks) {
 
   // Services this build lacks answer with a clear error, not a hang.
   try {
-    conduit->quickTime().thumbnailSizeForImageSize({640, 480});
+    conduit->distributedOverlay().removeAudioTracksFromQuicktimeMovieAtPath("/no/such.mov");
     FAIL() << "an absent service answered";
   } catch (const Exception& e) {
     EXPECT_NE(std::string(e.what()).find("unrecognized selector"), std::string::npos) << e.what();

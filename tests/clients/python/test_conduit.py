@@ -119,7 +119,7 @@ class CallsTest(RuntimeTestCase):
             with self.subTest(selector):
                 self.assertEqual(self.conduit.signature(selector),
                                  qrl_conduit.Signature(arguments, result))
-        for selector in ("frobnicate:", "durationOfFileInMiliseconds:"):
+        for selector in ("frobnicate:", "removeAudioTracksFromQuicktimeMovieAtPath:"):
             with self.subTest(selector):
                 with self.assertRaisesRegex(qrl_conduit.RemoteError, "unrecognized selector"):
                     self.conduit.signature(selector)
@@ -171,7 +171,8 @@ class CallsTest(RuntimeTestCase):
     def test_error_replies_name_the_fault_and_serving_goes_on(self):
         cases = [
             ("unknown selector", "frobnicate:", [1], "unrecognized selector 'frobnicate:'"),
-            ("service not in this build", "durationOfFileInMiliseconds:", ["/x.mov"],
+            ("service not in this build", "removeAudioTracksFromQuicktimeMovieAtPath:",
+             ["/x.mov"],
              "unrecognized selector"),
             ("too many", "communicationLocked", [1], "expected 0 arguments, got 1"),
             ("too few", WRITE_DATA, [[], []], "expected 3 arguments, got 2"),
