@@ -43,8 +43,11 @@ function(qrl_add_test name)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   qrl_set_warnings(${name})
+  # One ENVIRONMENT entry per variable: a ";" list would be split into
+  # separate property arguments on the way through gtest_discover_tests.
   gtest_discover_tests(${name}
-    PROPERTIES ENVIRONMENT "QRL_SOURCE_DIR=${PROJECT_SOURCE_DIR};QRL_BINARY_DIR=${PROJECT_BINARY_DIR}"
+    PROPERTIES ENVIRONMENT "QRL_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
+               ENVIRONMENT "QRL_BINARY_DIR=${PROJECT_BINARY_DIR}"
     DISCOVERY_TIMEOUT 60)
 endfunction()
 

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "platform/process/Application.h"
+#include "platform/process/Exception.h"
 #include "platform/process/RunningApplications.h"
 #include "platform/process/SystemLog.h"
 
@@ -24,9 +25,14 @@ void QRLBackgroundDistributedAppController::ensureParentApplicationIsRunning() {
     process::SystemLog::write("Running");
     bool found = false;
     for (const auto& application : *applications) {
-      if (!process::runningApplicationsWithBundleIdentifier(application->bundleId()).empty()) {
-        found = true;
-        break;
+      try {
+        if (!process::runningApplicationsWithBundleIdentifier(application->bundleId()).empty()) {
+          found = true;
+          break;
+        }
+      } catch (const Exception& e) {
+        // An unreadable registry cannot show a parent: treat it as gone.
+        process::SystemLog::write(e.what());
       }
     }
     if (!found) {

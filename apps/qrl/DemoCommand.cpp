@@ -118,8 +118,11 @@ int runDemoCommand(const std::vector<std::string>& args, std::ostream& out, std:
   }
   std::string error;
   auto parsed = Arguments::parse(args, {"--out"}, {}, error);
+  if (parsed && !parsed->positionals().empty()) {
+    error = "unexpected argument '" + parsed->positionals().front() + "'";
+  }
   if (!parsed || !parsed->positionals().empty()) {
-    err << "qrl demo: " << (parsed ? "unexpected argument" : error) << " (see qrl demo --help)\n";
+    err << "qrl demo: " << error << " (see qrl demo --help)\n";
     return kExitUsage;
   }
   namespace fs = std::filesystem;
