@@ -28,5 +28,6 @@ int runDemoCommand(const std::vector<std::string>& args, std::ostream& out, std:
 int runXmemlCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 int runCallCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 int runInspectCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+int runCompactCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 }  // namespace qrl::app

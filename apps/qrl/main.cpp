@@ -21,6 +21,8 @@ constexpr Command kCommands[] = {
      qrl::app::runCallCommand},
     {"inspect", "show a movie's tracks, durations, codecs and start timecodes",
      qrl::app::runInspectCommand},
+    {"compact", "rewrite a movie file without the space left by saving it in place",
+     qrl::app::runCompactCommand},
 };
 
 void printUsage(std::ostream& out) {
