@@ -3,7 +3,8 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
-#include <vector>
+#include <string>
+#include <system_error>
 
 #include "platform/archive/KeyedArchiver.h"
 
@@ -54,28 +55,41 @@ std::optional<Color> Color::fromComponents(int64_t space, std::string_view text)
     return std::nullopt;
   while (!text.empty() && text.back() == '\0')
     text.remove_suffix(1);
-  std::string copy(text);  // strtof needs termination
-  std::vector<float> c;
-  const char* p = copy.c_str();
-  const char* end = p + copy.size();
-  while (p < end && c.size() < 5) {
+  float c[5];
+  size_t n = 0;
+  std::string copy;  // for strtof, which needs termination; made only when needed
+  const char* p = text.data();
+  const char* end = p + text.size();
+  while (p < end && n < 5) {
     while (p < end && *p == ' ')
       ++p;
     if (p == end)
       break;
-    char* next = nullptr;
-    float f = std::strtof(p, &next);
-    if (next == p || !std::isfinite(f))
+    // from_chars reads plain decimals quickly; anything else it declines
+    // (a sign, hex, a range error) goes to strtof, whose reading is the rule.
+    float f = 0;
+    auto r = std::from_chars(p, end, f);
+    if (r.ec != std::errc() || (r.ptr != end && *r.ptr != ' ')) {
+      if (copy.empty())
+        copy.assign(text);
+      const char* q = copy.c_str() + (p - text.data());
+      char* next = nullptr;
+      f = std::strtof(q, &next);
+      if (next == q)
+        return std::nullopt;
+      r.ptr = p + (next - q);
+    }
+    if (!std::isfinite(f))
       return std::nullopt;
-    c.push_back(f);
-    p = next;
+    c[n++] = f;
+    p = r.ptr;
   }
   if (p < end)
     return std::nullopt;
   size_t base = white ? 1 : 3;
-  if (c.size() != base && c.size() != base + 1)
+  if (n != base && n != base + 1)
     return std::nullopt;
-  float alpha = c.size() > base ? c[base] : 1.0f;
+  float alpha = n > base ? c[base] : 1.0f;
   auto s = static_cast<Space>(space);
   return white ? Color(s, c[0], c[0], c[0], alpha) : Color(s, c[0], c[1], c[2], alpha);
 }

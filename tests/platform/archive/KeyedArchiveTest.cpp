@@ -185,6 +185,14 @@ TEST(Color, ComponentTextReading) {
       {2, "1 1 1 1 1", std::nullopt},
       {2, "1 x 1", std::nullopt},
       {6, "1 1 1", std::nullopt},
+      // Forms the fast reader leaves to strtof: a sign, hex, an underflow,
+      // other white space; and what neither accepts.
+      {2, "+1 0x1p-1 1e-50", Color::deviceRGB(1, 0.5f, 0, 1)},
+      {1, "\t1 1 1", Color::calibratedRGB(1, 1, 1, 1)},
+      {2, "1e 1 1", std::nullopt},
+      {2, "1 1 1e39", std::nullopt},
+      {2, "1 inf 1", std::nullopt},
+      {2, std::string("1 \0 1 1", 7), std::nullopt},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(Color::fromComponents(c.space, c.text), c.color) << c.space << " " << c.text;
