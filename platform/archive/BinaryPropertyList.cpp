@@ -107,23 +107,30 @@ class Writer {
     slots_.assign(64, 0);
     add(root, 0);
     refSize_ = widthFor(items_.size() - 1);
-    out_.reserve(estimate_ + items_.size() * 3 + refs_.size() * refSize_ + 64);
-    out_.assign(std::begin(kMagic), std::end(kMagic));
+    // Room for the most the objects can take, so that they are written
+    // through a cursor without checks; the excess is cut off at the end.
+    size_t objectsBound = sizeof kMagic + estimate_ + refs_.size() * refSize_;
+    Data out(objectsBound + items_.size() * widthFor(objectsBound) + kTrailerBytes);
+    p_ = out.data();
+    std::memcpy(p_, kMagic, sizeof kMagic);
+    p_ += sizeof kMagic;
     for (Item& item : items_) {
-      item.offset = out_.size();
+      item.offset = static_cast<uint64_t>(p_ - out.data());
       emit(item);
     }
-    uint64_t tableOffset = out_.size();
+    auto tableOffset = static_cast<uint64_t>(p_ - out.data());
     unsigned offsetSize = widthFor(items_.back().offset);
     for (const Item& item : items_)
       put(item.offset, offsetSize);
-    out_.insert(out_.end(), 6, 0);
-    out_.push_back(static_cast<uint8_t>(offsetSize));
-    out_.push_back(static_cast<uint8_t>(refSize_));
+    std::memset(p_, 0, 6);
+    p_ += 6;
+    *p_++ = static_cast<uint8_t>(offsetSize);
+    *p_++ = static_cast<uint8_t>(refSize_);
     put(items_.size(), 8);
     put(0, 8);  // the root is written first
     put(tableOffset, 8);
-    return std::move(out_);
+    out.resize(static_cast<size_t>(p_ - out.data()));
+    return out;
   }
 
  private:
@@ -158,12 +165,13 @@ class Writer {
         break;
       }
       case Value::Type::kData:
-        estimate_ += v.data()->size();
-        break;
+        estimate_ += 10 + v.data()->size();
+        return push({&v});
       case Value::Type::kArray: {
         const Value::Array& a = *v.array();
         auto start = static_cast<uint32_t>(refs_.size());
         uint32_t index = push({&v, nullptr, start});
+        estimate_ += 10;
         refs_.resize(refs_.size() + a.size());
         for (size_t i = 0; i < a.size(); ++i)
           refs_[start + i] = add(a[i], depth + 1);
@@ -173,6 +181,7 @@ class Writer {
         const Value::Dictionary& d = *v.dictionary();
         auto start = static_cast<uint32_t>(refs_.size());
         uint32_t index = push({&v, nullptr, start});
+        estimate_ += 10;
         refs_.resize(refs_.size() + 2 * d.size());
         size_t i = 0;
         for (const auto& [key, item] : d) {
@@ -216,7 +225,7 @@ class Writer {
       throw Exception::unsupported(std::string("property list: ") + what + " is not valid UTF-8");
     uint32_t index = push({nullptr, &s, 0, ascii});
     slots_[h] = index + 1;
-    estimate_ += (ascii ? 1 : 2) * s.size() + 9;
+    estimate_ += 10 + (ascii ? 1 : 2) * s.size();  // no more UTF-16 units than bytes
     if (++strings_ * 2 > slots_.size())
       rehash();
     return index;
@@ -238,17 +247,24 @@ class Writer {
 
   void put(uint64_t v, unsigned width) {
     for (unsigned s = width; s-- > 0;)
-      out_.push_back(static_cast<uint8_t>(v >> (8 * s)));
+      *p_++ = static_cast<uint8_t>(v >> (8 * s));
   }
 
+  void bytes(const void* b, size_t n) {
+    if (n != 0)
+      std::memcpy(p_, b, n);
+    p_ += n;
+  }
+
+  // At most 10 bytes: the marker, then an integer marker and up to 8 bytes.
   void header(uint8_t type, uint64_t count) {
     if (count < 15) {
-      out_.push_back(static_cast<uint8_t>(type | count));
+      *p_++ = static_cast<uint8_t>(type | count);
       return;
     }
-    out_.push_back(type | 0x0F);
+    *p_++ = type | 0x0F;
     unsigned w = widthFor(count);
-    out_.push_back(static_cast<uint8_t>(kInt | log2Width(w)));
+    *p_++ = static_cast<uint8_t>(kInt | log2Width(w));
     put(count, w);
   }
 
@@ -261,7 +277,7 @@ class Writer {
     const std::string& s = *item.text;
     if (item.ascii) {
       header(kAscii, s.size());
-      out_.insert(out_.end(), s.begin(), s.end());
+      bytes(s.data(), s.size());
       return;
     }
     size_t units = 0;
@@ -288,41 +304,41 @@ class Writer {
     const Value& v = *item.value;
     switch (v.type()) {
       case Value::Type::kBool:
-        out_.push_back(*v.boolean() ? kTrue : kFalse);
+        *p_++ = *v.boolean() ? kTrue : kFalse;
         break;
       case Value::Type::kInteger: {
         int64_t i = *v.integer();
         auto u = static_cast<uint64_t>(i);
         unsigned w = i < 0 ? 8 : widthFor(u);
-        out_.push_back(static_cast<uint8_t>(kInt | log2Width(w)));
+        *p_++ = static_cast<uint8_t>(kInt | log2Width(w));
         put(u, w);
         break;
       }
       case Value::Type::kReal: {
         double d = *v.real();
         if (std::fabs(d) <= FLT_MAX && static_cast<double>(static_cast<float>(d)) == d) {
-          out_.push_back(kReal | 2);
+          *p_++ = kReal | 2;
           put(std::bit_cast<uint32_t>(static_cast<float>(d)), 4);
         } else {
-          out_.push_back(kReal | 3);
+          *p_++ = kReal | 3;
           put(std::bit_cast<uint64_t>(d), 8);
         }
         break;
       }
       case Value::Type::kDate:
-        out_.push_back(kDate);
+        *p_++ = kDate;
         put(std::bit_cast<uint64_t>(v.date()->sinceReferenceDate), 8);
         break;
       case Value::Type::kData: {
         const Data& d = *v.data();
         header(kData, d.size());
-        out_.insert(out_.end(), d.begin(), d.end());
+        bytes(d.data(), d.size());
         break;
       }
       case Value::Type::kUid: {
         uint64_t u = v.uid()->index;
         unsigned w = widthFor(u);
-        out_.push_back(static_cast<uint8_t>(kUid | (w - 1)));
+        *p_++ = static_cast<uint8_t>(kUid | (w - 1));
         put(u, w);
         break;
       }
@@ -346,9 +362,9 @@ class Writer {
   std::vector<uint32_t>& refs_ = refScratch_.v;
   std::vector<uint32_t>& slots_ = slotScratch_.v;  // string table: item index + 1, 0 when empty
   size_t strings_ = 0;
-  size_t estimate_ = 0;
+  size_t estimate_ = 0;  // the most bytes the objects take, references aside
   unsigned refSize_ = 1;
-  Data out_;
+  uint8_t* p_ = nullptr;
 };
 
 class Reader {
