@@ -4,7 +4,10 @@
 
 #include "movie/QRLQuickTimeUtility32.h"
 #include "movie/QRLTimecodeTrackTables.h"
+#include "movie/QRLTimecodeTrackWriter.h"
 #include "movie/QuickTimeUtilities.h"
+#include "platform/process/Exception.h"
+#include "platform/process/SystemLog.h"
 #include "timecode/QRLTimecodeUtility.h"
 
 namespace qrl {
@@ -69,6 +72,41 @@ std::vector<std::string> QRLQuickTime32::timecodeSeriesForMovie(quicktime::Movie
 std::optional<std::string> QRLQuickTime32::timecodeAtCurrentPlayPositionForMovie(
     const quicktime::Movie* movie) const {
   return QTTC_FindCurrentTimeCode(movie);
+}
+
+void QRLQuickTime32::setEnabledStateOfQTTimecodeTracksForMovie(quicktime::Movie* movie,
+                                                               bool enabled) const {
+  QuickTimeUtilities::setEnabledStateOfQTTimecodeTracksForMovie(movie, enabled);
+}
+
+bool QRLQuickTime32::addTimecodeTrackToMovie(quicktime::Movie* movie,
+                                             QRLVideoFrameRate videoFrameRate,
+                                             const std::string& beginningTimecode,
+                                             bool includeTimeCode, int32_t fontSize) const {
+  if (movie == nullptr)
+    return false;
+  try {
+    QRLTimecodeTrackWriter::addTrackForWholeMovie(
+        *movie, includeTimeCode, fontSize,
+        [&](TimeCodeDef& definition, quicktime::TimeCodeRecord& record) {
+          definition = timecodeDefinitionFromVideoFrameRate(videoFrameRate);
+          timecodeToTimeCodeRecord(beginningTimecode.c_str(), &record);
+        });
+    return true;
+  } catch (const Exception&) {
+    process::SystemLog::write("Problem occured while trying to create a new track for the movie");
+    return false;
+  }
+}
+
+int16_t QRLQuickTime32::QTUCopySoundTracks(const quicktime::Movie* source,
+                                           quicktime::Movie* destinationMovie) const {
+  return QRLQuickTimeUtility32::QTUCopySoundTracks(source, destinationMovie);
+}
+
+bool QRLQuickTime32::copyAudioTracksFromMovie(const quicktime::Movie* movie,
+                                              quicktime::Movie* intoMovie) const {
+  return QTUCopySoundTracks(movie, intoMovie) == 0;
 }
 
 int64_t QRLQuickTime32::durationOfFileInMiliseconds(const std::string& path) const {

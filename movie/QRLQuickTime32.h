@@ -50,6 +50,25 @@ class QRLQuickTime32 {
   std::optional<std::string> timecodeAtCurrentPlayPositionForMovie(
       const quicktime::Movie* movie) const;
 
+  // --- Changing movies (nothing here saves unless it says so) ---
+  // Makes the movie editable, enables or disables every timecode track and
+  // saves it in place, also when it has none. Failures are swallowed.
+  void setEnabledStateOfQTTimecodeTracksForMovie(quicktime::Movie* movie, bool enabled) const;
+  // Walks the movie frame by frame, then adds a timecode track lasting the
+  // whole movie: one frame-number sample of the start timecode, bold text of
+  // `fontSize` in a strip under the picture (shown when `includeTimeCode`),
+  // enabled, referenced from the first video track. Uses this class's table.
+  // False for a null movie (not logged) and when the engine refused a step
+  // ("Problem occured while trying to create a new track for the movie").
+  bool addTimecodeTrackToMovie(quicktime::Movie* movie, QRLVideoFrameRate videoFrameRate,
+                               const std::string& beginningTimecode, bool includeTimeCode,
+                               int32_t fontSize) const;
+  // See QRLQuickTimeUtility32::QTUCopySoundTracks.
+  int16_t QTUCopySoundTracks(const quicktime::Movie* source,
+                             quicktime::Movie* destinationMovie) const;
+  // True exactly when every sound track was copied.
+  bool copyAudioTracksFromMovie(const quicktime::Movie* movie, quicktime::Movie* intoMovie) const;
+
   // --- Movie queries ---
   // In the movie's own time scale; 0 when the file is not a movie.
   int64_t durationOfFileInMiliseconds(const std::string& path) const;

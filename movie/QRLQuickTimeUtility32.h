@@ -8,6 +8,7 @@
 #include "movie/QRLMovieTrack.h"
 #include "platform/quicktime/TimeCode.h"
 #include "platform/quicktime/TimeCodeMediaHandler.h"
+#include "records/QTTimecodeDescription.h"
 #include "timecode/QRLVideoFrameRate.h"
 
 namespace qrl {
@@ -33,6 +34,12 @@ class QRLQuickTimeUtility32 {
   // Drop flag from the code, frame duration 100; never the 24-hour flag.
   quicktime::TimeCodeDef timecodeDefinitionFromVideoFrameRate(QRLVideoFrameRate rate) const;
   void timecodeToTimeCodeRecord(const char* timecode, quicktime::TimeCodeRecord* toTCRec) const;
+  // Adds a timecode track for the whole movie from this class's definition
+  // of the code (see QRLQuickTime32 for the steps). False for a null movie,
+  // without a log, and when the engine refused a step (logged).
+  bool addTimecodeTrackToMovie(quicktime::Movie* movie, QRLVideoFrameRate videoFrameRate,
+                               const std::string& beginningTimecode, bool includeTimeCode,
+                               int32_t fontSize) const;
 
   // --- Reading timecode tracks ---
   // The handler of the movie's first timecode track; none for a null movie
@@ -50,6 +57,25 @@ class QRLQuickTimeUtility32 {
   // where none can be read; empty without a timecode track. Every entry is
   // logged. Leaves the movie's current time at its end.
   static std::vector<std::string> timecodeSeriesForMovie(quicktime::Movie* movie);
+
+  // --- Writing timecode tracks (the movie must be editable; nothing saves) ---
+  // The same track from a movie rate definition (100 to 111). A null movie
+  // is logged as a failed insertion and then nothing happens; a refused step
+  // is logged and the track stays as far as it got.
+  static void insertTimeCodeTrackIntoMovie(quicktime::Movie* movie, QRLMovieRateDefinition withRate,
+                                           const std::string& startTime, bool includeTimeCode,
+                                           int32_t fontSize);
+  // One shown timecode track per segment, laid end to end from time 0 (the
+  // durations are added as they are, without converting time scales). No
+  // walk; a null movie or a refused step ends it silently.
+  static void insertTimecodeSegmentsIntoMovie(quicktime::Movie* movie, int32_t fontSize,
+                                              const std::vector<QTTimecodeDescription>& timecodes);
+  // Copies every sound track of the source into the destination, each a new
+  // track of the source's volume and media time scale showing the source
+  // track's whole duration from time 0. Answers the toolbox error of the
+  // first step that failed (tracks copied before it stay), else 0.
+  static int16_t QTUCopySoundTracks(const quicktime::Movie* source,
+                                    quicktime::Movie* destinationMovie);
 
   // --- Text -> record ---
   // Reads HH, MM, SS and FF by position (the separators are never looked

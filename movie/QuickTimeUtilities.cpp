@@ -6,6 +6,7 @@
 #include "movie/MoviePosterFrame.h"
 #include "movie/QRLTimecodeTrackTables.h"
 #include "platform/process/Exception.h"
+#include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
 
 namespace qrl {
@@ -17,6 +18,20 @@ int64_t QuickTimeUtilities::durationOfFileInMiliseconds(const std::string& path)
     return quicktime::Movie::open(path)->duration().value;
   } catch (const Exception&) {
     return 0;
+  }
+}
+
+void QuickTimeUtilities::setEnabledStateOfQTTimecodeTracksForMovie(quicktime::Movie* movie,
+                                                                   bool enabled) {
+  if (movie == nullptr)
+    return;
+  try {
+    movie->setEditable(true);
+    for (quicktime::Track* track : movie->tracksOfMediaType(quicktime::kMediaTypeTimeCode))
+      track->setEnabled(enabled);
+    movie->updateMovieFile();
+  } catch (const Exception&) {
+    // Nothing is raised to the caller; the file keeps its last saved movie.
   }
 }
 

@@ -30,6 +30,11 @@ class QuickTimeUtilities {
   // 0 when the file does not open as a movie.
   static int64_t durationOfFileInMiliseconds(const std::string& path);
 
+  // Makes the movie editable, enables or disables every timecode track and
+  // saves it in place, also when it has none. Failures are swallowed: a
+  // movie that cannot be written stays as it was on disk.
+  static void setEnabledStateOfQTTimecodeTracksForMovie(quicktime::Movie* movie, bool enabled);
+
   // The first video frame, fitted within 250 x 250 keeping its aspect ratio,
   // then drawn at 250 x 100. An empty (0 x 0) image for a file without video
   // or not a movie. `compressImage` is ignored.

@@ -1,0 +1,81 @@
+#include "movie/QRLOverlayChecks.h"
+
+#include <cmath>
+
+#include "movie/QRLQTOverlayWriter.h"
+#include "platform/graphics/ImageDecoder.h"
+#include "platform/process/Exception.h"
+#include "platform/process/SystemLog.h"
+#include "platform/quicktime/FourCC.h"
+#include "platform/quicktime/Movie.h"
+
+namespace qrl::overlay {
+
+void log(const std::string& message) { process::SystemLog::write("Overlay: " + message); }
+
+std::unique_ptr<quicktime::Movie> openMovie(const std::string& path) {
+  try {
+    return quicktime::Movie::open(path);
+  } catch (const Exception& e) {
+    log(path + ": not opened as a movie: " + e.what());
+    return nullptr;
+  }
+}
+
+std::optional<graphics::Image> decodeImage(std::span<const uint8_t> data, const std::string& path) {
+  try {
+    return graphics::ImageDecoder::decode(data);
+  } catch (const Exception& e) {
+    log(path + ": the overlay image does not decode: " + e.what());
+    return std::nullopt;
+  }
+}
+
+bool hasPicture(const quicktime::Movie& movie) {
+  const quicktime::Size size = movie.currentSize();
+  if (movie.tracksOfMediaType(quicktime::kMediaTypeVideo).empty() || !(size.width >= 1) ||
+      !(size.height >= 1)) {
+    log(movie.path().string() + ": the movie has no video to lay an overlay over");
+    return false;
+  }
+  return true;
+}
+
+bool isInside(const quicktime::Movie& movie, graphics::Point location) {
+  const quicktime::Size size = movie.currentSize();
+  if (std::isfinite(location.x) && std::isfinite(location.y) && location.x >= 0 &&
+      location.y >= 0 && location.x < size.width && location.y < size.height) {
+    return true;
+  }
+  log(movie.path().string() + ": the location " + std::to_string(location.x) + ", " +
+      std::to_string(location.y) + " lies outside the " + std::to_string(int(size.width)) + " x " +
+      std::to_string(int(size.height)) + " picture");
+  return false;
+}
+
+bool isUsableFontSize(int64_t fontSize, const std::string& path) {
+  if (fontSize >= 1 && fontSize <= QRLQTOverlayWriter::kMaximumFontSize)
+    return true;
+  log(path + ": the font size " + std::to_string(fontSize) + " is not between 1 and " +
+      std::to_string(QRLQTOverlayWriter::kMaximumFontSize));
+  return false;
+}
+
+std::optional<graphics::Color> fromArchive(const std::optional<archive::Color>& color) {
+  if (!color)
+    return std::nullopt;
+  return graphics::Color::colorWithCalibratedRed(color->red(), color->green(), color->blue(),
+                                                 color->alpha());
+}
+
+std::string description(const archive::ObjectPtr& object) {
+  if (!object)
+    return "(null)";
+  if (const archive::Value* plain = object->plainValue()) {
+    if (const std::string* text = plain->string())
+      return *text;
+  }
+  return "<" + std::string(object->classChain().front()) + ">";
+}
+
+}  // namespace qrl::overlay

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/archive/Color.h"
+#include "platform/archive/Object.h"
+#include "platform/graphics/Color.h"
+#include "platform/graphics/Image.h"
+#include "platform/graphics/Point.h"
+
+namespace qrl::quicktime {
+class Movie;
+}
+
+// Input checks and conversions shared by the overlay writer's files. Each
+// check that fails writes one line to the system log saying why.
+namespace qrl::overlay {
+
+void log(const std::string& message);
+// The movie at the path, or null after logging why it does not open.
+std::unique_ptr<quicktime::Movie> openMovie(const std::string& path);
+// The image in the data, or none after logging that it does not decode.
+std::optional<graphics::Image> decodeImage(std::span<const uint8_t> data, const std::string& path);
+// The movie has an enabled picture of at least one pixel.
+bool hasPicture(const quicktime::Movie& movie);
+// The point lies within the movie's picture (lower left at 0, 0).
+bool isInside(const quicktime::Movie& movie, graphics::Point location);
+bool isUsableFontSize(int64_t fontSize, const std::string& path);
+std::optional<graphics::Color> fromArchive(const std::optional<archive::Color>& color);
+// What "%@" prints for an object: a string as itself, else "<ClassName>",
+// "(null)" for nil.
+std::string description(const archive::ObjectPtr& object);
+
+}  // namespace qrl::overlay
