@@ -32,11 +32,12 @@ using quicktime::testing::run;
 using quicktime::testing::TempDir;
 using Bytes = std::vector<uint8_t>;
 
+constexpr QRLVideoFrameRate kPal = static_cast<QRLVideoFrameRate>(2);
 const std::string kTrackProblem =
     "Problem occured while trying to create a new track for the movie";
 
 // The stored sample description entry of a track, as the file holds it.
-[[maybe_unused]] Bytes descriptionEntry(const quicktime::Track& track) {
+Bytes descriptionEntry(const quicktime::Track& track) {
   auto* stbl = track.media().atom().container({fourCC("minf"), fourCC("stbl")});
   auto* stsd = stbl ? stbl->childAs<quicktime::SampleDescriptionAtom>(fourCC("stsd")) : nullptr;
   return stsd == nullptr || stsd->entries().empty() ? Bytes{} : stsd->entries().front();
@@ -139,6 +140,128 @@ TEST_F(TimecodeWriting, JudgesReadTheStartTimecodeAtEveryRateCode) {
                                      : service_.timecodeDefinitionFromVideoFrameRate(rate));
     }
   }
+}
+
+TEST(TimecodeTrackWriter, DescriptionSampleAndStripBytes) {
+  quicktime::TimeCodeDef pal{0, 2500, 100, 25, 0};
+  const Bytes description = QRLTimecodeTrackWriter::timecodeDescription({1, 2997, 100, 30, 0});
+  const Bytes expected = {0, 0, 0, 38, 't', 'm', 'c', 'd',  0,    0, 0, 0, 0,   0,  0, 0, 0, 0, 0,
+                          0, 0, 0, 0,  1,   0,   0,   0x0B, 0xB5, 0, 0, 0, 100, 30, 0, 0, 0, 0, 0};
+  EXPECT_EQ(description, expected);
+
+  struct SampleCase {
+    quicktime::TimeCodeRecord record;
+    std::array<uint8_t, 4> bytes;
+  };
+  const SampleCase samples[] = {
+      {{0, 0, 0, 0}, {0, 0, 0, 0}},
+      {{1, 0, 0, 0}, {0x00, 0x01, 0x5F, 0x90}},  // frame 90000
+      {{23, 59, 59, 24}, {0x00, 0x20, 0xF5, 0x7F}},
+      {{1, 0, 0, 25}, {0, 0, 0, 0}},  // no frame 25 at 25 a second: 0
+  };
+  for (const auto& c : samples)
+    EXPECT_EQ(QRLTimecodeTrackWriter::frameNumberSample(pal, c.record), c.bytes);
+
+  EXPECT_EQ(QRLTimecodeTrackWriter::stripHeightForFontSize(12), 29 * 65536);
+  EXPECT_EQ(QRLTimecodeTrackWriter::stripHeightForFontSize(25), 45 * 65536 + 16384);
+  EXPECT_EQ(QRLTimecodeTrackWriter::stripHeightForFontSize(30000), INT32_MAX);
+  EXPECT_EQ(QRLTimecodeTrackWriter::fixedFromPixels(32768.0), INT32_MAX);
+  EXPECT_EQ(QRLTimecodeTrackWriter::fixedFromPixels(-40000.0), INT32_MIN);
+}
+
+TEST_F(TimecodeWriting, TrackHoldsTheDescriptionSampleGeometryAndReference) {
+  for (bool include : {true, false}) {
+    SCOPED_TRACE(include);
+    std::string name = include ? "shown.mov" : "hidden.mov";
+    const auto rate = static_cast<QRLVideoFrameRate>(2);
+    {
+      auto movie = editableCopy("pal.mov", name);
+      ASSERT_TRUE(service_.addTimecodeTrackToMovie(movie.get(), rate, "01:00:00:00", include, 12));
+      // The frame walk ran and went back to the beginning.
+      EXPECT_EQ(movie->currentTime(), quicktime::Time::make(0, 1));
+      movie->updateMovieFile();
+    }
+    auto movie = Movie::open(file(name));
+    ASSERT_EQ(movie->trackCount(), 2u);
+    quicktime::Track& video = movie->track(1);
+    quicktime::Track& tc = movie->track(2);
+    EXPECT_EQ(tc.mediaType(), quicktime::kMediaTypeTimeCode);
+    EXPECT_EQ(descriptionEntry(tc), QRLTimecodeTrackWriter::timecodeDescription(
+                                        service_.timecodeDefinitionFromVideoFrameRate(rate)));
+    EXPECT_EQ(tc.media().readSample(0), (Bytes{0x00, 0x01, 0x5F, 0x90}));
+    EXPECT_EQ(tc.media().timeScale(), movie->duration().scale);
+    EXPECT_EQ(tc.duration(), movie->duration());
+    // A 64 x 36 picture: the 29-pixel strip sits right under it.
+    EXPECT_EQ(tc.bounds(), (quicktime::Rect{0, 36, 64, 29}));
+    EXPECT_EQ(tc.volume(), 0);
+    EXPECT_TRUE(tc.isEnabled());
+    TimeCodeMediaHandler handler(tc);
+    EXPECT_EQ(handler.timeCodeFlags(), include ? TimeCodeMediaHandler::kShowTimeCode : 0);
+    EXPECT_EQ(handler.displayOptions().txFont, 21);
+    EXPECT_EQ(handler.displayOptions().txFace, 1);
+    EXPECT_EQ(handler.displayOptions().txSize, 12);
+    EXPECT_EQ(video.references(quicktime::kMediaTypeTimeCode), std::vector<uint32_t>{tc.trackID()});
+  }
+}
+
+TEST_F(TimecodeWriting, RateFormUsesMovieRateDefinitions) {
+  process::CapturingLog log;
+  auto movie = editableCopy("pal.mov", "rate.mov");
+  // 110 is written with time scale 2997, and 112 is outside this lookup.
+  QRLQuickTimeUtility32::insertTimeCodeTrackIntoMovie(movie.get(), QRLMovieRate30, "00:00:01:00",
+                                                      false, 20);
+  QRLQuickTimeUtility32::insertTimeCodeTrackIntoMovie(movie.get(), QRLMovieRate2398, "00:00:01;00",
+                                                      true, 20);
+  auto tracks = movie->tracksOfMediaType(quicktime::kMediaTypeTimeCode);
+  ASSERT_EQ(tracks.size(), 2u);
+  EXPECT_EQ(TimeCodeMediaHandler(*tracks[0]).timeCodeDefinition(),
+            (quicktime::TimeCodeDef{0, 2997, 100, 30, 0}));
+  EXPECT_EQ(TimeCodeMediaHandler(*tracks[1]).timeCodeDefinition(),
+            (quicktime::TimeCodeDef{1, 2997, 100, 30, 0}));
+  EXPECT_EQ(tracks[0]->media().readSample(0), (Bytes{0, 0, 0, 30}));
+  EXPECT_EQ(tracks[1]->dimensions().height, 39.0);
+  EXPECT_EQ(TimeCodeMediaHandler(*tracks[0]).timeCodeFlags(), 0);
+  EXPECT_EQ(TimeCodeMediaHandler(*tracks[1]).timeCodeFlags(), 1);
+  EXPECT_TRUE(log.messages().empty());
+}
+
+TEST_F(TimecodeWriting, NilMoviesAndRefusedStepsAnswerEachInTheirOwnWay) {
+  process::CapturingLog log;
+  EXPECT_FALSE(service_.addTimecodeTrackToMovie(nullptr, kPal, "01:00:00:00", true, 12));
+  EXPECT_FALSE(utility_.addTimecodeTrackToMovie(nullptr, kPal, "01:00:00:00", true, 12));
+  QRLQuickTimeUtility32::insertTimecodeSegmentsIntoMovie(
+      nullptr, 12, {QTTimecodeDescription::timecodeDescriptionForTimecode("01:00:00:00", 102, {})});
+  EXPECT_TRUE(log.messages().empty());
+  QRLQuickTimeUtility32::insertTimeCodeTrackIntoMovie(nullptr, QRLMovieRate25, "01:00:00:00", true,
+                                                      12);
+  EXPECT_EQ(log.messages(), std::vector<std::string>{"Insertion of the time code failed"});
+
+  // A movie opened read-only refuses the new track; nothing is added.
+  log.clear();
+  auto readOnly = Movie::open(file("pal.mov"));
+  EXPECT_FALSE(service_.addTimecodeTrackToMovie(readOnly.get(), kPal, "01:00:00:00", true, 12));
+  QRLQuickTimeUtility32::insertTimeCodeTrackIntoMovie(readOnly.get(), QRLMovieRate25, "01:00:00:00",
+                                                      true, 12);
+  QRLQuickTimeUtility32::insertTimecodeSegmentsIntoMovie(
+      readOnly.get(), 12,
+      {QTTimecodeDescription::timecodeDescriptionForTimecode("01:00:00:00", 102,
+                                                             quicktime::Time::make(1, 1))});
+  EXPECT_EQ(readOnly->trackCount(), 1u);
+  EXPECT_EQ(log.messages(), std::vector<std::string>(2, kTrackProblem));
+
+  // Without a video track the reference cannot be made: the track stays,
+  // unreferenced, and the failure is logged.
+  log.clear();
+  auto sound = editableCopy("sound.mov", "sound-tc.mov");
+  EXPECT_FALSE(utility_.addTimecodeTrackToMovie(sound.get(), kPal, "01:00:00:00", true, 12));
+  EXPECT_EQ(log.messages(), std::vector<std::string>{kTrackProblem});
+  EXPECT_EQ(sound->tracksOfMediaType(quicktime::kMediaTypeTimeCode).size(), 1u);
+
+  // An empty segment list adds nothing.
+  auto empty = editableCopy("pal.mov", "no-segments.mov");
+  QRLQuickTimeUtility32::insertTimecodeSegmentsIntoMovie(empty.get(), 12, {});
+  EXPECT_EQ(empty->trackCount(), 1u);
+  EXPECT_FALSE(empty->hasChanges());
 }
 
 }  // namespace
