@@ -17,7 +17,8 @@ namespace qrl::archive {
 // "CF$UID" into a UID, which libplist 2.2 leaves as a dictionary. Every read
 // is bounded: inputs over kMaxInputBytes or nested deeper than kMaxDepth are
 // refused. Failures throw qrl::Exception (Parse); a write of a value that the
-// format cannot hold (null, a string with a NUL) throws Exception (Unsupported).
+// format cannot hold (null, a string with a NUL; in binary, also a string that
+// is not UTF-8) throws Exception (Unsupported).
 class PropertyList {
  public:
   static constexpr size_t kMaxInputBytes = BinaryPropertyList::kMaxInputBytes;
