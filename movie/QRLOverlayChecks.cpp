@@ -11,7 +11,9 @@
 
 namespace qrl::overlay {
 
-void log(const std::string& message) { process::SystemLog::write("Overlay: " + message); }
+void log(const std::string& message) {
+  process::SystemLog::write("Overlay: " + message);
+}
 
 std::unique_ptr<quicktime::Movie> openMovie(const std::string& path) {
   try {

@@ -13,10 +13,10 @@
 
 namespace qrl {
 
-using quicktime::Movie;
 using overlay::fromArchive;
 using overlay::log;
 using overlay::openMovie;
+using quicktime::Movie;
 
 void QRLQTOverlayWriter::overlayWatermarkImage(const graphics::Image& image, Movie* intoMovie,
                                                graphics::Point atLocation) {
@@ -33,8 +33,8 @@ void QRLQTOverlayWriter::overlayWatermarkImage(const graphics::Image& image, Mov
     if (track == nullptr)
       return;
     graphics::Image canvas(static_cast<int>(size.width), static_cast<int>(size.height));
-    canvas.drawImage(image, atLocation, graphics::Rect{}, graphics::CompositingOperation::SourceOver,
-                     1.0);
+    canvas.drawImage(image, atLocation, graphics::Rect{},
+                     graphics::CompositingOperation::SourceOver, 1.0);
     QRLQTImageLayer::addImage(*track, canvas, intoMovie->duration());
     intoMovie->updateMovieFile();
   } catch (const Exception& e) {
@@ -61,8 +61,8 @@ void QRLQTOverlayWriter::overlayWatermarkImage(std::span<const uint8_t> image,
     return;
   const int width = static_cast<int>(withSize.width);
   const int height = static_cast<int>(withSize.height);
-  if (!(withSize.width >= 1 && withSize.height >= 1) || width > graphics::Image::kMaximumDimension ||
-      height > graphics::Image::kMaximumDimension) {
+  if (!(withSize.width >= 1 && withSize.height >= 1) ||
+      width > graphics::Image::kMaximumDimension || height > graphics::Image::kMaximumDimension) {
     log(intoMovieAtPath + ": the watermark size " + std::to_string(withSize.width) + " x " +
         std::to_string(withSize.height) + " is not a picture size");
     return;

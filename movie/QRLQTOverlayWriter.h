@@ -104,9 +104,8 @@ class QRLQTOverlayWriter {
 
  private:
   quicktime::Track* burn(quicktime::Movie& movie, const std::string& start, QRLVideoFrameRate rate,
-                         graphics::Point location, uint32_t fontSize,
-                         const graphics::Color& color, std::optional<graphics::Color> background,
-                         const Progress& progress);
+                         graphics::Point location, uint32_t fontSize, const graphics::Color& color,
+                         std::optional<graphics::Color> background, const Progress& progress);
 };
 
 }  // namespace qrl

@@ -4,6 +4,7 @@
 #include "movie/QRLTimecodeTrackWriter.h"
 #include "platform/process/Exception.h"
 #include "platform/process/SystemLog.h"
+#include "platform/quicktime/DataReference.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
 #include "platform/quicktime/Track.h"
@@ -107,10 +108,14 @@ int16_t QRLQuickTimeUtility32::QTUCopySoundTracks(const Movie* source, Movie* de
       return kInvalidMovie;
     try {
       // The toolbox held the copied samples in a memory handle; this engine
-      // refers to the source's samples where they lie.
+      // refers to the source's samples where they lie, through a reference
+      // made with the media (readers follow a media's first reference).
       quicktime::Track& copy = destinationMovie->newTrack(0, 0, track.volume());
+      std::optional<quicktime::DataReferenceAtom::Entry> reference;
+      if (!source->path().empty())
+        reference = quicktime::DataReference::aliasTo(source->path(), destinationMovie->path());
       destinationMovie->newTrackMedia(copy, quicktime::kMediaTypeSound, track.media().timeScale(),
-                                      std::nullopt);
+                                      reference);
       const quicktime::Time length = track.duration();
       copy.insertSegment(track,
                          quicktime::TimeRange::make(quicktime::Time::make(0, length.scale), length),
