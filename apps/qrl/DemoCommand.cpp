@@ -13,8 +13,8 @@
 #include "fsutil/QRLFileSystemUtility.h"
 #include "platform/process/Exception.h"
 #include "platform/quicktime/Movie.h"
-#include "platform/quicktime/MovieInspector.h"
-#include "platform/quicktime/TextMovieInspector.h"
+#include "platform/quicktime/MovieDescriber.h"
+#include "platform/quicktime/TextMovieDescriber.h"
 #include "timecode/QRLTimecodeUtility.h"
 
 namespace qrl::app {
@@ -134,8 +134,8 @@ int runDemoCommand(const std::vector<std::string>& args, std::ostream& out, std:
   out << "   " << movie << "\n\n2. Its tracks\n";
   {
     auto opened = quicktime::Movie::open(movie);
-    quicktime::TextMovieInspector printer(out);
-    quicktime::MovieInspector::inspect(*opened, printer);
+    quicktime::TextMovieDescriber printer(out);
+    quicktime::MovieDescriber::inspect(*opened, printer);
   }
 
   out << "\n3. A conduit writes an xmeml edit list\n";

@@ -7,7 +7,7 @@
 
 #include "platform/process/Exception.h"
 #include "platform/quicktime/FourCC.h"
-#include "platform/quicktime/JsonMovieInspector.h"
+#include "platform/quicktime/JsonMovieDescriber.h"
 #include "platform/quicktime/Movie.h"
 #include "platform/quicktime/TimeCodeMediaHandler.h"
 
@@ -40,8 +40,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       movie->stepForward();
     }
     std::ostringstream json;
-    JsonMovieInspector printer(json);
-    MovieInspector::inspect(*movie, printer);
+    JsonMovieDescriber printer(json);
+    MovieDescriber::inspect(*movie, printer);
   } catch (const qrl::Exception&) {
     // Expected for bad input.
   }

@@ -2,9 +2,9 @@
 
 #include <sstream>
 
-#include "platform/quicktime/JsonMovieInspector.h"
+#include "platform/quicktime/JsonMovieDescriber.h"
 #include "platform/quicktime/Movie.h"
-#include "platform/quicktime/TextMovieInspector.h"
+#include "platform/quicktime/TextMovieDescriber.h"
 #include "tests/platform/quicktime/Fixtures.h"
 
 namespace qrl::quicktime {
@@ -29,8 +29,8 @@ TempDir* Inspector::dir_ = nullptr;
 TEST_F(Inspector, JsonReadsBackInAnIndependentParser) {
   auto movie = Movie::open(path());
   std::ostringstream json;
-  JsonMovieInspector printer(json);
-  MovieInspector::inspect(*movie, printer);
+  JsonMovieDescriber printer(json);
+  MovieDescriber::inspect(*movie, printer);
   auto jsonPath = *dir_ / "out.json";
   std::string text = json.str();
   testing::writeFile(jsonPath, {text.begin(), text.end()});
@@ -50,8 +50,8 @@ TEST_F(Inspector, JsonReadsBackInAnIndependentParser) {
 TEST_F(Inspector, TextNumbersTracksAndIndentsFields) {
   auto movie = Movie::open(path());
   std::ostringstream text;
-  TextMovieInspector printer(text);
-  MovieInspector::inspect(*movie, printer);
+  TextMovieDescriber printer(text);
+  MovieDescriber::inspect(*movie, printer);
   std::string out = text.str();
   EXPECT_EQ(out.rfind("movie:\n", 0), 0u) << out;
   EXPECT_NE(out.find("\n  tracks:\n    [1]:\n      id: 1\n      type: vide\n"), std::string::npos)

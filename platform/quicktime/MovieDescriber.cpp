@@ -1,4 +1,4 @@
-#include "platform/quicktime/MovieInspector.h"
+#include "platform/quicktime/MovieDescriber.h"
 
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
@@ -6,7 +6,7 @@
 
 namespace qrl::quicktime {
 
-void MovieInspector::inspect(Movie& movie, MovieInspector& out) {
+void MovieDescriber::inspect(Movie& movie, MovieDescriber& out) {
   out.startObject("movie");
   if (!movie.path().empty())
     out.addText("file", movie.path().string());

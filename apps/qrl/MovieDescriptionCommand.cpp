@@ -6,9 +6,9 @@
 #include "apps/qrl/Arguments.h"
 #include "apps/qrl/Command.h"
 #include "platform/process/Exception.h"
-#include "platform/quicktime/JsonMovieInspector.h"
+#include "platform/quicktime/JsonMovieDescriber.h"
 #include "platform/quicktime/Movie.h"
-#include "platform/quicktime/TextMovieInspector.h"
+#include "platform/quicktime/TextMovieDescriber.h"
 
 namespace qrl::app {
 namespace {
@@ -45,11 +45,11 @@ int runInspectCommand(const std::vector<std::string>& args, std::ostream& out, s
   try {
     auto movie = quicktime::Movie::open(parsed->positionals().front());
     if (parsed->has("--json")) {
-      quicktime::JsonMovieInspector printer(out);
-      quicktime::MovieInspector::inspect(*movie, printer);
+      quicktime::JsonMovieDescriber printer(out);
+      quicktime::MovieDescriber::inspect(*movie, printer);
     } else {
-      quicktime::TextMovieInspector printer(out);
-      quicktime::MovieInspector::inspect(*movie, printer);
+      quicktime::TextMovieDescriber printer(out);
+      quicktime::MovieDescriber::inspect(*movie, printer);
     }
   } catch (const Exception& e) {
     err << "qrl inspect: " << e.what() << "\n";

@@ -1,17 +1,18 @@
 #pragma once
 
 #include <ostream>
+#include <string_view>
 #include <vector>
 
-#include "platform/quicktime/MovieInspector.h"
+#include "platform/quicktime/MovieDescriber.h"
 
 namespace qrl::quicktime {
 
-// Prints the inspection as indented "name: value" lines; array elements are
-// numbered from 1 like the toolbox counts tracks.
-class TextMovieInspector : public MovieInspector {
+// Prints the inspection as one JSON object (the outermost object's name is
+// dropped), indented by two spaces, strings escaped.
+class JsonMovieDescriber : public MovieDescriber {
  public:
-  explicit TextMovieInspector(std::ostream& out) : out_(out) {}
+  explicit JsonMovieDescriber(std::ostream& out) : out_(out) {}
 
   void startObject(std::string_view name) override;
   void endObject() override;
@@ -23,11 +24,13 @@ class TextMovieInspector : public MovieInspector {
   void addBool(std::string_view name, bool value) override;
 
  private:
-  void indent();
+  void key(std::string_view name);
+  void string(std::string_view text);
+  void close(char bracket);
 
   std::ostream& out_;
-  int depth_ = 0;
-  std::vector<int> arrayCounters_;
+  // One entry per open object or array: whether it already has a member.
+  std::vector<bool> hasMember_;
 };
 
 }  // namespace qrl::quicktime

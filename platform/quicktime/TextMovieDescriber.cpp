@@ -1,13 +1,13 @@
-#include "platform/quicktime/TextMovieInspector.h"
+#include "platform/quicktime/TextMovieDescriber.h"
 
 namespace qrl::quicktime {
 
-void TextMovieInspector::indent() {
+void TextMovieDescriber::indent() {
   for (int i = 0; i < depth_; ++i)
     out_ << "  ";
 }
 
-void TextMovieInspector::startObject(std::string_view name) {
+void TextMovieDescriber::startObject(std::string_view name) {
   indent();
   if (name.empty() && !arrayCounters_.empty()) {
     out_ << "[" << ++arrayCounters_.back() << "]:\n";
@@ -17,38 +17,38 @@ void TextMovieInspector::startObject(std::string_view name) {
   ++depth_;
 }
 
-void TextMovieInspector::endObject() {
+void TextMovieDescriber::endObject() {
   --depth_;
 }
 
-void TextMovieInspector::startArray(std::string_view name) {
+void TextMovieDescriber::startArray(std::string_view name) {
   indent();
   out_ << name << ":\n";
   ++depth_;
   arrayCounters_.push_back(0);
 }
 
-void TextMovieInspector::endArray() {
+void TextMovieDescriber::endArray() {
   --depth_;
   arrayCounters_.pop_back();
 }
 
-void TextMovieInspector::addText(std::string_view name, std::string_view value) {
+void TextMovieDescriber::addText(std::string_view name, std::string_view value) {
   indent();
   out_ << name << ": " << value << "\n";
 }
 
-void TextMovieInspector::addInteger(std::string_view name, int64_t value) {
+void TextMovieDescriber::addInteger(std::string_view name, int64_t value) {
   indent();
   out_ << name << ": " << value << "\n";
 }
 
-void TextMovieInspector::addReal(std::string_view name, double value) {
+void TextMovieDescriber::addReal(std::string_view name, double value) {
   indent();
   out_ << name << ": " << value << "\n";
 }
 
-void TextMovieInspector::addBool(std::string_view name, bool value) {
+void TextMovieDescriber::addBool(std::string_view name, bool value) {
   indent();
   out_ << name << ": " << (value ? "yes" : "no") << "\n";
 }

@@ -10,9 +10,9 @@ class Movie;
 // A visitor over what the inspector reports of a movie: named fields inside
 // nested objects and arrays. The text and JSON printers implement it; a test
 // can implement it to collect the fields.
-class MovieInspector {
+class MovieDescriber {
  public:
-  virtual ~MovieInspector() = default;
+  virtual ~MovieDescriber() = default;
 
   // `name` is empty for an object that is an element of an array.
   virtual void startObject(std::string_view name) = 0;
@@ -27,7 +27,7 @@ class MovieInspector {
   // Walks the movie and its tracks: type, ID, enabled, layer, name, size,
   // duration, sample count, codec and, for timecode tracks, the start timecode.
   // Leaves the movie's current time as it found it.
-  static void inspect(Movie& movie, MovieInspector& inspector);
+  static void inspect(Movie& movie, MovieDescriber& inspector);
 };
 
 }  // namespace qrl::quicktime

@@ -1,18 +1,17 @@
 #pragma once
 
 #include <ostream>
-#include <string_view>
 #include <vector>
 
-#include "platform/quicktime/MovieInspector.h"
+#include "platform/quicktime/MovieDescriber.h"
 
 namespace qrl::quicktime {
 
-// Prints the inspection as one JSON object (the outermost object's name is
-// dropped), indented by two spaces, strings escaped.
-class JsonMovieInspector : public MovieInspector {
+// Prints the inspection as indented "name: value" lines; array elements are
+// numbered from 1 like the toolbox counts tracks.
+class TextMovieDescriber : public MovieDescriber {
  public:
-  explicit JsonMovieInspector(std::ostream& out) : out_(out) {}
+  explicit TextMovieDescriber(std::ostream& out) : out_(out) {}
 
   void startObject(std::string_view name) override;
   void endObject() override;
@@ -24,13 +23,11 @@ class JsonMovieInspector : public MovieInspector {
   void addBool(std::string_view name, bool value) override;
 
  private:
-  void key(std::string_view name);
-  void string(std::string_view text);
-  void close(char bracket);
+  void indent();
 
   std::ostream& out_;
-  // One entry per open object or array: whether it already has a member.
-  std::vector<bool> hasMember_;
+  int depth_ = 0;
+  std::vector<int> arrayCounters_;
 };
 
 }  // namespace qrl::quicktime

@@ -1,11 +1,11 @@
-#include "platform/quicktime/JsonMovieInspector.h"
+#include "platform/quicktime/JsonMovieDescriber.h"
 
 #include <cmath>
 #include <cstdio>
 
 namespace qrl::quicktime {
 
-void JsonMovieInspector::key(std::string_view name) {
+void JsonMovieDescriber::key(std::string_view name) {
   if (hasMember_.empty())
     return;
   if (hasMember_.back())
@@ -18,7 +18,7 @@ void JsonMovieInspector::key(std::string_view name) {
   }
 }
 
-void JsonMovieInspector::string(std::string_view text) {
+void JsonMovieDescriber::string(std::string_view text) {
   out_ << '"';
   for (char c : text) {
     auto u = static_cast<unsigned char>(c);
@@ -35,7 +35,7 @@ void JsonMovieInspector::string(std::string_view text) {
   out_ << '"';
 }
 
-void JsonMovieInspector::close(char bracket) {
+void JsonMovieDescriber::close(char bracket) {
   bool had = hasMember_.back();
   hasMember_.pop_back();
   if (had)
@@ -45,37 +45,37 @@ void JsonMovieInspector::close(char bracket) {
     out_ << "\n";
 }
 
-void JsonMovieInspector::startObject(std::string_view name) {
+void JsonMovieDescriber::startObject(std::string_view name) {
   key(name);
   out_ << "{";
   hasMember_.push_back(false);
 }
 
-void JsonMovieInspector::endObject() {
+void JsonMovieDescriber::endObject() {
   close('}');
 }
 
-void JsonMovieInspector::startArray(std::string_view name) {
+void JsonMovieDescriber::startArray(std::string_view name) {
   key(name);
   out_ << "[";
   hasMember_.push_back(false);
 }
 
-void JsonMovieInspector::endArray() {
+void JsonMovieDescriber::endArray() {
   close(']');
 }
 
-void JsonMovieInspector::addText(std::string_view name, std::string_view value) {
+void JsonMovieDescriber::addText(std::string_view name, std::string_view value) {
   key(name);
   string(value);
 }
 
-void JsonMovieInspector::addInteger(std::string_view name, int64_t value) {
+void JsonMovieDescriber::addInteger(std::string_view name, int64_t value) {
   key(name);
   out_ << value;
 }
 
-void JsonMovieInspector::addReal(std::string_view name, double value) {
+void JsonMovieDescriber::addReal(std::string_view name, double value) {
   key(name);
   if (!std::isfinite(value)) {
     out_ << "null";
@@ -86,7 +86,7 @@ void JsonMovieInspector::addReal(std::string_view name, double value) {
   out_ << text;
 }
 
-void JsonMovieInspector::addBool(std::string_view name, bool value) {
+void JsonMovieDescriber::addBool(std::string_view name, bool value) {
   key(name);
   out_ << (value ? "true" : "false");
 }
