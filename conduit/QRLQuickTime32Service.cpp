@@ -5,6 +5,7 @@
 
 #include "platform/graphics/PngEncoder.h"
 #include "platform/process/Exception.h"
+#include "platform/process/SystemLog.h"
 #include "platform/quicktime/Movie.h"
 
 namespace qrl {
@@ -21,6 +22,37 @@ std::unique_ptr<quicktime::Movie> openMovie(const Value& path) {
     return nullptr;
   }
 }
+
+// A movie the call may change: opened editable, and saved in place after
+// the call when it changed and was not saved. None when it does not open
+// for writing (a nil movie).
+class EditedMovie {
+ public:
+  explicit EditedMovie(const Value& path) {
+    try {
+      movie_ = quicktime::Movie::open(*path.string());
+      movie_->setEditable(true);
+    } catch (const Exception&) {
+      movie_.reset();
+    }
+  }
+  ~EditedMovie() {
+    if (!movie_ || !movie_->hasChanges())
+      return;
+    try {
+      movie_->updateMovieFile();
+    } catch (const Exception& e) {
+      // The file keeps its last saved movie.
+      process::SystemLog::write(e.what());
+    }
+  }
+  EditedMovie(const EditedMovie&) = delete;
+  EditedMovie& operator=(const EditedMovie&) = delete;
+  quicktime::Movie* get() const { return movie_.get(); }
+
+ private:
+  std::unique_ptr<quicktime::Movie> movie_;
+};
 
 // A track argument: its movie, opened for the call, and the numbered track.
 struct OpenTrack {
@@ -117,6 +149,23 @@ QRLQuickTime32Service::QRLQuickTime32Service() {
     auto movie = openMovie(a[0]);
     auto series = service_.timecodeSeriesForMovie(movie.get());
     return Value(Value::Array(series.begin(), series.end()));
+  });
+  addPerformer("setEnabledStateOfQTTimecodeTracksForMovie:enabled:", [this](const Arguments& a) {
+    EditedMovie movie(a[0]);
+    service_.setEnabledStateOfQTTimecodeTracksForMovie(movie.get(), *a[1].boolean());
+    return Value();
+  });
+  addPerformer("addTimecodeTrackToMovie:videoFrameRate:beginningTimecode:includeTimeCode:fontSize:",
+               [this](const Arguments& a) {
+                 EditedMovie movie(a[0]);
+                 return Value(service_.addTimecodeTrackToMovie(
+                     movie.get(), rateOf(a[1]), *a[2].string(), *a[3].boolean(),
+                     static_cast<int32_t>(*a[4].integer())));
+               });
+  addPerformer("copyAudioTracksFromMovie:intoMovie:", [this](const Arguments& a) {
+    auto source = openMovie(a[0]);
+    EditedMovie destination(a[1]);
+    return Value(service_.copyAudioTracksFromMovie(source.get(), destination.get()));
   });
   addPerformer("timecodeAtCurrentPlayPositionForMovie:", [this](const Arguments& a) {
     auto movie = openMovie(a[0]);

@@ -7,6 +7,7 @@
 #include "clients/cpp/QRLConduitClient.h"
 #include "platform/graphics/ImageDecoder.h"
 #include "platform/process/Exception.h"
+#include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
 #include "tests/platform/quicktime/Fixtures.h"
 
@@ -74,6 +75,37 @@ TEST_F(QuickTimeServiceProcess, ReadingSelectorsCarryTheirWireForms) {
   Value none = qt.posterImageForFilePath((dir_ / "none.mov").string(), true);
   ASSERT_NE(none.data(), nullptr);
   EXPECT_TRUE(none.data()->empty());
+}
+
+TEST_F(QuickTimeServiceProcess, ChangingSelectorsSaveTheMovieInPlace) {
+  auto movie = makeMovie(dir_, "edit.mov", "25", 10);
+  auto sound = dir_ / "sound.mov";
+  quicktime::testing::run("ffmpeg -nostdin -v error -y -f lavfi -i sine=d=0.4 -c:a pcm_s16le '" +
+                          sound.string() + "'");
+  auto missing = (dir_ / "none.mov").string();
+  auto qt = conduit_->quickTime();
+
+  ASSERT_TRUE(qt.addTimecodeTrackToMovie(movie.string(), 2, "01:00:00:00", true, 12));
+  EXPECT_EQ(
+      quicktime::testing::probe(movie, "stream_tags=timecode")["streams.stream.1.tags.timecode"],
+      "01:00:00:00");
+  EXPECT_EQ(qt.extractStartTimecodeFromTimecodeTrack({movie.string(), 2}), "01:00:00:00");
+
+  qt.setEnabledStateOfQTTimecodeTracksForMovie(movie.string(), false);
+  EXPECT_FALSE(quicktime::Movie::open(movie)->track(2).isEnabled());
+
+  ASSERT_TRUE(qt.copyAudioTracksFromMovie(sound.string(), movie.string()));
+  auto copied = quicktime::Movie::open(movie);
+  ASSERT_EQ(copied->trackCount(), 3u);
+  EXPECT_EQ(copied->track(3).mediaType(), quicktime::kMediaTypeSound);
+
+  // Nil movies: no track, no copy into nothing, nothing from nothing is fine.
+  EXPECT_FALSE(qt.addTimecodeTrackToMovie(missing, 2, "01:00:00:00", true, 12));
+  EXPECT_FALSE(qt.copyAudioTracksFromMovie(sound.string(), missing));
+  EXPECT_TRUE(qt.copyAudioTracksFromMovie(missing, movie.string()));
+  qt.setEnabledStateOfQTTimecodeTracksForMovie(missing, true);
+  EXPECT_FALSE(fs::exists(missing));
+  EXPECT_EQ(quicktime::Movie::open(movie)->trackCount(), 3u);
 }
 
 TEST_F(QuickTimeServiceProcess, BadShapesAreClearErrors) {
