@@ -7,6 +7,7 @@
 
 #include "apps/qrl/Arguments.h"
 #include "apps/qrl/Command.h"
+#include "apps/qrl/FrameRateNames.h"
 #include "timecode/QRLTimecodeUtility.h"
 
 namespace qrl::app {
@@ -50,41 +51,19 @@ rate; 50i and 50p hold 59.94 there).
 exit status: 0 success, 1 bad timecode or rate, 2 bad command line.
 )";
 
-struct NamedRate {
-  std::string_view name;
-  QRLVideoFrameRate code;
-};
-
-constexpr NamedRate kNamedRates[] = {
-    {"24", QRLVideoFrameRate24},   {"23.976", QRLVideoFrameRate23_976},
-    {"pal", QRLVideoFrameRatePAL}, {"25p", QRLVideoFrameRate25p},
-    {"50i", QRLVideoFrameRate50i}, {"29.97", QRLVideoFrameRate29_97},
-    {"30", QRLVideoFrameRate30},   {"59.94i", QRLVideoFrameRate59_94i},
-    {"50p", QRLVideoFrameRate50p}, {"60p", QRLVideoFrameRate60p},
-};
-
 // Complaints carry the subcommand's name and the status to leave with.
 struct Failure {
   int status;
   std::string message;
 };
 
-std::string lowercase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return text;
-}
-
 double rateArgument(const Arguments& args) {
   auto text = args.value("--rate");
   if (!text) {
     throw Failure{kExitUsage, "--rate is required"};
   }
-  for (const auto& named : kNamedRates) {
-    if (lowercase(*text) == named.name) {
-      return U::numericRateForVideoFrameRate(named.code);
-    }
-  }
+  if (auto code = videoFrameRateFromName(*text))
+    return U::numericRateForVideoFrameRate(*code);
   auto rate = parseDouble(*text);
   if (!rate || *rate <= 0.0) {
     throw Failure{kExitFailed,

@@ -11,6 +11,7 @@
 
 #include "apps/qrl/Arguments.h"
 #include "apps/qrl/Command.h"
+#include "apps/qrl/FrameRateNames.h"
 #include "platform/process/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
@@ -50,20 +51,6 @@ exit status: 0 written, 1 a clip could not be read or OUT.xml not written (nothi
 written then), 2 bad command line.
 )";
 
-struct NamedRate {
-  std::string_view name;
-  QRLVideoFrameRate code;
-};
-
-constexpr NamedRate kNamedRates[] = {
-    {"24", QRLVideoFrameRate24},         {"23.976", QRLVideoFrameRate23_976},
-    {"pal", QRLVideoFrameRatePAL},       {"25", QRLVideoFrameRatePAL},
-    {"25p", QRLVideoFrameRate25p},       {"50i", QRLVideoFrameRate50i},
-    {"29.97", QRLVideoFrameRate29_97},   {"30", QRLVideoFrameRate30},
-    {"59.94i", QRLVideoFrameRate59_94i}, {"50p", QRLVideoFrameRate50p},
-    {"60p", QRLVideoFrameRate60p},       {"60", QRLVideoFrameRate60p},
-};
-
 struct Failure {
   int status;
   std::string message;
@@ -76,13 +63,8 @@ struct ClipRequest {
 };
 
 QRLVideoFrameRate rateNamed(const std::string& text) {
-  std::string lower = text;
-  std::transform(lower.begin(), lower.end(), lower.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  for (const auto& named : kNamedRates) {
-    if (named.name == lower)
-      return named.code;
-  }
+  if (auto code = videoFrameRateFromName(text))
+    return *code;
   throw Failure{kExitUsage, "'" + text + "' is not a rate name (see --help)"};
 }
 
