@@ -11,50 +11,14 @@
 #include <utility>
 
 #include "platform/process/Exception.h"
+#include "platform/process/FileDescriptor.h"
 
 extern char** environ;
 
 namespace qrl::fsutil {
 namespace {
 
-template <typename Call>
-auto retryOnEintr(Call call) {
-  for (;;) {
-    auto result = call();
-    if (result != -1 || errno != EINTR)
-      return result;
-  }
-}
-
-// Owns one file descriptor and closes it once.
-class FileDescriptor {
- public:
-  FileDescriptor() = default;
-  explicit FileDescriptor(int fd) : fd_(fd) {}
-  FileDescriptor(FileDescriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-    if (this != &other) {
-      reset();
-      fd_ = std::exchange(other.fd_, -1);
-    }
-    return *this;
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  ~FileDescriptor() { reset(); }
-
-  int get() const { return fd_; }
-  bool valid() const { return fd_ >= 0; }
-  // close() is not retried on EINTR: on Linux the descriptor is gone either way.
-  void reset() {
-    if (fd_ >= 0)
-      ::close(fd_);
-    fd_ = -1;
-  }
-
- private:
-  int fd_ = -1;
-};
+using process::FileDescriptor;
 
 struct Pipe {
   FileDescriptor readEnd;
@@ -90,7 +54,7 @@ void drain(FileDescriptor& out, FileDescriptor& err, CommandOutput& result) {
   std::array<char, 65536> buffer;
   while (out.valid() || err.valid()) {
     std::array<pollfd, 2> fds{{{out.get(), POLLIN, 0}, {err.get(), POLLIN, 0}}};
-    if (retryOnEintr([&] { return ::poll(fds.data(), fds.size(), -1); }) < 0) {
+    if (process::retryOnInterrupt([&] { return ::poll(fds.data(), fds.size(), -1); }) < 0) {
       throw Exception::fromErrno("poll", "command output", errno);
     }
     for (size_t i = 0; i < fds.size(); ++i) {
@@ -99,7 +63,7 @@ void drain(FileDescriptor& out, FileDescriptor& err, CommandOutput& result) {
       FileDescriptor& fd = i == 0 ? out : err;
       std::string& sink = i == 0 ? result.standardOutput : result.standardError;
       const ssize_t n =
-          retryOnEintr([&] { return ::read(fd.get(), buffer.data(), buffer.size()); });
+          process::retryOnInterrupt([&] { return ::read(fd.get(), buffer.data(), buffer.size()); });
       if (n < 0)
         throw Exception::fromErrno("read", "command output", errno);
       if (n == 0) {
@@ -118,7 +82,7 @@ void checkSpawnCall(int err, const char* what) {
 
 int waitForExit(pid_t pid) {
   int status = 0;
-  if (retryOnEintr([&] { return ::waitpid(pid, &status, 0); }) < 0) {
+  if (process::retryOnInterrupt([&] { return ::waitpid(pid, &status, 0); }) < 0) {
     // With SIGCHLD ignored elsewhere in the process the kernel reaps the
     // child itself; the output is complete, only the status is lost.
     if (errno == ECHILD)
