@@ -226,3 +226,36 @@ TEST_F(QrlCallTest, TheMainJobMakesAMovieAndHasAConduitWriteItsEditList) {
   EXPECT_NE(xml.find("<pathurl>file://" + root_ + "/demo/sample.mov</pathurl>"), std::string::npos);
   EXPECT_EQ(std::system(("xmllint --noout '" + root_ + "/demo/sample.xml'").c_str()), 0);
 }
+
+TEST_F(QrlCallTest, CompactTakesBackTheSpaceAnInPlaceEditLeft) {
+  std::string movie = root_ + "/clip.mov";
+  ASSERT_EQ(std::system(("ffmpeg -nostdin -loglevel error -f lavfi -i "
+                         "testsrc2=size=64x36:rate=25:duration=1 -c:v mjpeg '" +
+                         movie + "'")
+                            .c_str()),
+            0);
+  Outcome added = qrl({"call",
+                       "addTimecodeTrackToMovie:videoFrameRate:beginningTimecode:includeTimeCode:"
+                       "fontSize:",
+                       movie, "2", "01:00:00:00", "true", "12"});
+  ASSERT_EQ(added.status, 0) << added.err;
+  EXPECT_EQ(added.out, "true\n");
+
+  Outcome compacted = qrl({"compact", movie});
+  ASSERT_EQ(compacted.status, 0) << compacted.err;
+  long before = 0, after = 0;
+  ASSERT_EQ(std::sscanf(compacted.out.c_str() + movie.size(), ": %ld bytes before, %ld bytes after",
+                        &before, &after),
+            2)
+      << compacted.out;
+  EXPECT_LT(after, before) << "the replaced movie header should have been dropped";
+  std::string probe = root_ + "/probe.txt";
+  ASSERT_EQ(std::system(("ffprobe -v error -show_entries stream_tags=timecode -of csv=p=0 '" +
+                         movie + "' > '" + probe + "'")
+                            .c_str()),
+            0);
+  EXPECT_NE(slurp(probe).find("01:00:00:00"), std::string::npos) << slurp(probe);
+
+  EXPECT_EQ(qrl({"compact", root_ + "/missing.mov"}).status, 1);
+  EXPECT_EQ(qrl({"compact"}).status, 2);
+}
