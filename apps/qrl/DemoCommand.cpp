@@ -1,7 +1,6 @@
 // qrl demo: the main job on an embedded default. It makes a short sample movie, starts a
-// conduit the way a parent application does, and has the conduit write an xmeml edit list
-// for the movie; then it tours the timecode engine. The timecode track and burn-in steps
-// join it as those services arrive.
+// conduit the way a parent application does, has the conduit add a timecode track and write
+// an xmeml edit list for the movie, then tours the timecode engine.
 #include <chrono>
 #include <filesystem>
 #include <iomanip>
@@ -25,11 +24,12 @@ using U = QRLTimecodeUtility;
 constexpr const char* kHelp = R"(usage: qrl demo [--out DIR]
 
 Runs the main job on an embedded default, in DIR (default: ./qrl-demo):
-  1. makes a 10-second 640x360 29.97 movie with a tone and a 01:00:00;00 timecode (ffmpeg),
-  2. shows its tracks with the movie reader,
-  3. starts a conduit as a parent application does and has it write an xmeml edit list
-     for the movie,
-  4. tours the timecode engine: rate codes, conversions and series.
+  1. makes a 10-second 640x360 29.97 movie with a tone (ffmpeg),
+  2. starts a conduit as a parent application does and has it add a 01:00:00;00
+     drop-frame timecode track to the movie, saved in place,
+  3. shows the movie's tracks with the movie reader,
+  4. has the conduit write an xmeml edit list for the movie,
+  5. tours the timecode engine: rate codes, conversions and series.
 It prints where everything is. Needs the ffmpeg program (scripts/setup.sh installs it).
 )";
 
@@ -131,34 +131,46 @@ int runDemoCommand(const std::vector<std::string>& args, std::ostream& out, std:
 
   out << "1. Sample movie\n";
   std::string movie = makeSampleMovie(folder);
-  out << "   " << movie << "\n\n2. Its tracks\n";
+  out << "   " << movie << "\n\n2. A conduit adds a timecode track\n";
+  auto started = std::chrono::steady_clock::now();
+  auto conduit = client::QRLConduitClient::launch();
+  auto ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - started);
+  out << "   conduit " << conduit->name() << " (process " << conduit->processIdentifier()
+      << ") answered after " << std::fixed << std::setprecision(1) << ms.count() << " ms\n";
+  bool added = conduit->quickTime().addTimecodeTrackToMovie(movie, QRLVideoFrameRate29_97,
+                                                            kStartTimecode, true, 12);
+  std::optional<std::string> start;
+  if (added) {
+    auto opened = quicktime::Movie::open(movie);
+    client::QRLTrackReference track{movie, static_cast<int32_t>(opened->tracks().size())};
+    start = conduit->quickTime().extractStartTimecodeFromTimecodeTrack(track);
+  }
+  out << "   "
+      << (added ? "added, starting at " + start.value_or("?")
+                : std::string("the timecode track could not be added"))
+      << "\n\n3. The movie's tracks now\n";
   {
     auto opened = quicktime::Movie::open(movie);
     quicktime::TextMovieDescriber printer(out);
     quicktime::MovieDescriber::inspect(*opened, printer);
   }
 
-  out << "\n3. A conduit writes an xmeml edit list\n";
-  auto started = std::chrono::steady_clock::now();
-  auto conduit = client::QRLConduitClient::launch();
-  auto ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - started);
-  out << "   conduit " << conduit->name() << " (process " << conduit->processIdentifier()
-      << ") answered after " << std::fixed << std::setprecision(1) << ms.count() << " ms\n";
+  out << "\n4. The conduit writes an xmeml edit list\n";
   std::string xml = (folder / "sample.xml").string();
   archive::Value details(archive::Value::Dictionary{
       {"filePath", archive::Value(movie)},
-      {"tc", archive::Value(kStartTimecode)},
+      {"tc", archive::Value(start.value_or(kStartTimecode))},
       {"frame", archive::Value(static_cast<int64_t>(QRLVideoFrameRate29_97))}});
   bool written = conduit->documentWriter().saveFinalCut7XmlToPathsForTimecodeDetailsInGroup(
       {xml}, {details}, false);
   out << "   " << (written ? xml : std::string("the edit list could not be written")) << "\n";
 
-  out << "\n4. The timecode engine\n\n";
+  out << "\n5. The timecode engine\n\n";
   printRates(out);
   printConversions(out);
   printSeries(out);
   out << "\nOutput is in " << folder.string() << "\n";
-  return written ? kExitOk : kExitFailed;
+  return added && written ? kExitOk : kExitFailed;
 }
 
 }  // namespace qrl::app

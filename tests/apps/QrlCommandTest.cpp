@@ -214,7 +214,8 @@ TEST_F(QrlCallTest, BadCallsExplainThemselves) {
 TEST_F(QrlCallTest, TheMainJobMakesAMovieAndHasAConduitWriteItsEditList) {
   Outcome run = qrl({"demo", "--out", root_ + "/demo"});
   ASSERT_EQ(run.status, 0) << run.err;
-  for (const char* step : {"1. Sample movie", "2. Its tracks", "3. A conduit", "4. The timecode"}) {
+  for (const char* step : {"1. Sample movie", "2. A conduit adds", "added, starting at 01:00:00;00",
+                           "tmcd", "4. The conduit writes", "5. The timecode"}) {
     EXPECT_NE(run.out.find(step), std::string::npos) << step;
   }
   // The engine's tour shows the minute boundary at 29.97 and its deliberate counts.
