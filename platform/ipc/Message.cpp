@@ -27,8 +27,7 @@ Value fromWire(const Value& value) {
 }
 
 std::vector<uint8_t> encode(const Value& message) {
-  archive::Data body = archive::PropertyList::binaryData(message);
-  return {body.begin(), body.end()};
+  return archive::PropertyList::binaryData(message);
 }
 
 Value decode(std::span<const uint8_t> body) {
