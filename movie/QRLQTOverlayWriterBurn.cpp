@@ -90,7 +90,7 @@ void QRLQTOverlayWriter::insertTimeCodeTrackIntoMovie(Movie* movie,
     const int32_t timeScale = duration.scale;
     // Walked once to the end, as the desktop code did before adding the track.
     movie->gotoBeginning();
-    while (movie->currentTime() != duration)
+    while (movie->currentTime() != movie->duration())
       movie->stepForward();
     movie->gotoBeginning();
 
