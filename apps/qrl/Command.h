@@ -29,5 +29,9 @@ int runXmemlCommand(const std::vector<std::string>& args, std::ostream& out, std
 int runCallCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 int runInspectCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 int runCompactCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+int runBurnTimecodeCommand(const std::vector<std::string>& args, std::ostream& out,
+                           std::ostream& err);
+int runWatermarkCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+int runTextCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 }  // namespace qrl::app

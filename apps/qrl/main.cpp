@@ -22,6 +22,10 @@ constexpr Command kCommands[] = {
      qrl::app::runInspectCommand},
     {"compact", "rewrite a movie file without the space left by saving it in place",
      qrl::app::runCompactCommand},
+    {"burn-timecode", "burn the running timecode into every frame of a movie",
+     qrl::app::runBurnTimecodeCommand},
+    {"watermark", "lay a picture over a movie for its whole length", qrl::app::runWatermarkCommand},
+    {"text", "lay a line of text over a movie for its whole length", qrl::app::runTextCommand},
 };
 
 void printUsage(std::ostream& out) {
@@ -29,7 +33,7 @@ void printUsage(std::ostream& out) {
          "Work with movies and timecodes through the conduit.\n\n"
          "commands:\n";
   for (const auto& command : kCommands) {
-    out << "  " << command.name << std::string(12 - command.name.size(), ' ') << command.summary
+    out << "  " << command.name << std::string(15 - command.name.size(), ' ') << command.summary
         << "\n";
   }
   out << "\nRun 'qrl <command> --help' for a command's arguments.\n";

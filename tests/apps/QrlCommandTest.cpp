@@ -260,3 +260,109 @@ TEST_F(QrlCallTest, CompactTakesBackTheSpaceAnInPlaceEditLeft) {
   EXPECT_EQ(qrl({"compact", root_ + "/missing.mov"}).status, 1);
   EXPECT_EQ(qrl({"compact"}).status, 2);
 }
+
+namespace {
+
+// ffprobe's answer about a file, one "key=value" per line.
+std::string probeStreams(const std::string& movie, const std::string& scratch) {
+  std::string out = scratch + "/probe.txt";
+  std::system(("ffprobe -v error -show_entries stream=codec_type,codec_tag_string -of compact '" +
+               movie + "' > '" + out + "'")
+                  .c_str());
+  return slurp(out);
+}
+
+std::string tinyMovie(const std::string& folder, const std::string& name) {
+  std::string movie = folder + "/" + name;
+  EXPECT_EQ(std::system(("ffmpeg -nostdin -loglevel error -f lavfi -i "
+                         "testsrc2=size=96x54:rate=25:duration=1 -c:v mpeg4 '" +
+                         movie + "'")
+                            .c_str()),
+            0);
+  return movie;
+}
+
+}  // namespace
+
+TEST_F(QrlCallTest, OverlayCommandsAddTheirTracksAndReportProgress) {
+  std::string movie = tinyMovie(root_, "burn.mov");
+  Outcome burnt =
+      qrl({"burn-timecode", movie, "--start", "01:00:00:00", "--rate", "pal", "--font-size", "12",
+           "--color", "255,255,0", "--background", "0,0,0,128", "--at", "4,4"});
+  ASSERT_EQ(burnt.status, 0) << burnt.err;
+  EXPECT_NE(burnt.out.find("burnt into 25 frames"), std::string::npos) << burnt.out;
+  // Standard error is a file here, so progress comes as plain lines.
+  EXPECT_NE(burnt.err.find("burning: 0%\n"), std::string::npos) << burnt.err;
+  EXPECT_NE(burnt.err.find("burning: 100%\n"), std::string::npos) << burnt.err;
+  std::string streams = probeStreams(movie, root_);
+  EXPECT_NE(streams.find("codec_tag_string=tmcd"), std::string::npos) << streams;
+  EXPECT_NE(streams.find("codec_type=video|codec_tag_string=tiff"), std::string::npos) << streams;
+
+  std::string png = root_ + "/mark.png";
+  ASSERT_EQ(std::system(("ffmpeg -nostdin -loglevel error -f lavfi -i color=c=red:s=8x6 "
+                         "-frames:v 1 '" +
+                         png + "'")
+                            .c_str()),
+            0);
+  std::string marked = tinyMovie(root_, "mark.mov");
+  Outcome mark = qrl({"watermark", marked, png, "--at", "2,3", "--size", "16,12"});
+  EXPECT_EQ(mark.status, 0) << mark.err;
+  Outcome text = qrl({"text", marked, "hello", "--rate", "25"});
+  EXPECT_EQ(text.status, 2) << "text has no rate option";
+  text = qrl({"text", marked, "hello", "--font-size", "10", "--color", "0,255,0,255"});
+  EXPECT_EQ(text.status, 0) << text.err;
+  streams = probeStreams(marked, root_);
+  size_t tiffs = 0;
+  for (size_t at = streams.find("tiff"); at != std::string::npos; at = streams.find("tiff", at + 1))
+    ++tiffs;
+  EXPECT_EQ(tiffs, 2u) << streams;
+}
+
+TEST_F(QrlCallTest, OverlayCommandsRefuseBadInputAndLeaveTheMovieAsItWas) {
+  std::string movie = tinyMovie(root_, "m.mov");
+  std::string original = slurp(movie);
+  std::string junk = root_ + "/junk.png";
+  std::system(("echo nonsense > '" + junk + "'").c_str());
+  struct Row {
+    std::vector<std::string> args;
+    int status;
+    std::string message;
+  } rows[] = {
+      {{"burn-timecode", movie, "--rate", "25"}, 2, "--start and --rate are required"},
+      {{"burn-timecode", movie, "--start", "01:00:00:00", "--rate", "31"}, 2, "unknown rate '31'"},
+      {{"burn-timecode", movie, "--start", "01:00:00:00", "--rate", "x9"}, 2, "unknown rate"},
+      {{"burn-timecode", movie, "--start", "01:00:00:00", "--rate", "25", "--font-size", "0"},
+       2,
+       "--font-size wants"},
+      {{"burn-timecode", movie, "--start", "01:00:00:00", "--rate", "25", "--color", "1,2"},
+       2,
+       "--color wants"},
+      {{"burn-timecode", movie, "--start", "01:00:00:00", "--rate", "25", "--at", "-1,3"},
+       2,
+       "--at wants"},
+      {{"burn-timecode", movie, "--start", "01:00", "--rate", "25"}, 1, "is not HH:MM:SS:FF"},
+      {{"burn-timecode", movie, "--start", "01:00:00:00", "--rate", "25", "--at", "500,0"},
+       1,
+       "outside the 96 x 54"},
+      {{"burn-timecode", root_ + "/absent.mov", "--start", "01:00:00:00", "--rate", "25"},
+       1,
+       "not opened as a movie"},
+      {{"watermark", movie, junk}, 2, "--at is required"},
+      {{"watermark", movie, junk, "--at", "0,0", "--size", "0,4"}, 2, "--size wants"},
+      {{"watermark", movie, root_ + "/none.png", "--at", "0,0"}, 1, "cannot be read"},
+      {{"watermark", movie, junk, "--at", "0,0"}, 1, "nothing was saved"},
+      {{"text", movie}, 2, "expected MOVIE and TEXT"},
+      {{"text", junk, "hi"}, 1, "not opened as a movie"},
+  };
+  for (const auto& row : rows) {
+    Outcome run = qrl(row.args);
+    EXPECT_EQ(run.status, row.status) << row.message << "\n" << run.err;
+    EXPECT_NE(run.err.find(row.message), std::string::npos) << row.message << ": " << run.err;
+  }
+  EXPECT_EQ(slurp(movie), original);
+  for (const char* command : {"burn-timecode", "watermark", "text"}) {
+    Outcome help = qrl({command, "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.out.rfind(std::string("usage: qrl ") + command, 0), 0u) << help.out;
+  }
+}
