@@ -1,6 +1,7 @@
 // qrl demo: the main job on an embedded default. It makes a short sample movie, starts a
 // conduit the way a parent application does, has the conduit add a timecode track and write
-// an xmeml edit list for the movie, then tours the timecode engine.
+// an xmeml edit list for the movie, tours the timecode engine, and burns the running timecode
+// into the movie, rendering one frame of the result.
 #include <chrono>
 #include <filesystem>
 #include <iomanip>
@@ -8,6 +9,7 @@
 
 #include "apps/qrl/Arguments.h"
 #include "apps/qrl/Command.h"
+#include "apps/qrl/DemoBurn.h"
 #include "clients/cpp/QRLConduitClient.h"
 #include "fsutil/QRLFileSystemUtility.h"
 #include "platform/process/Exception.h"
@@ -29,11 +31,14 @@ Runs the main job on an embedded default, in DIR (default: ./qrl-demo):
      drop-frame timecode track to the movie, saved in place,
   3. shows the movie's tracks with the movie reader,
   4. has the conduit write an xmeml edit list for the movie,
-  5. tours the timecode engine: rate codes, conversions and series.
+  5. tours the timecode engine: rate codes, conversions and series,
+  6. burns the running timecode into the movie (saved in place) and writes
+     frame 45 with the burn laid over the picture as sample-burn-frame-45.png.
 It prints where everything is. Needs the ffmpeg program (scripts/setup.sh installs it).
 )";
 
 constexpr const char* kStartTimecode = "01:00:00;00";
+constexpr int kRenderedFrame = 45;
 
 std::string makeSampleMovie(const std::filesystem::path& folder) {
   QRLFileSystemUtility utility;
@@ -169,6 +174,11 @@ int runDemoCommand(const std::vector<std::string>& args, std::ostream& out, std:
   printRates(out);
   printConversions(out);
   printSeries(out);
+
+  out << "\n6. The running timecode burnt in\n";
+  auto png = burnTimecodeAndRenderFrame(movie, folder, start.value_or(kStartTimecode),
+                                        QRLVideoFrameRate29_97, kRenderedFrame, out);
+  out << "   frame " << kRenderedFrame << ": " << png.string() << "\n";
   out << "\nOutput is in " << folder.string() << "\n";
   return added && written ? kExitOk : kExitFailed;
 }

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -365,4 +366,59 @@ TEST_F(QrlCallTest, OverlayCommandsRefuseBadInputAndLeaveTheMovieAsItWas) {
     EXPECT_EQ(help.status, 0);
     EXPECT_EQ(help.out.rfind(std::string("usage: qrl ") + command, 0), 0u) << help.out;
   }
+}
+
+namespace {
+
+// A picture file or a movie's frame as ffmpeg decodes it, straight RGBA bytes.
+std::string rgbaOf(const std::string& input, const std::string& selection,
+                   const std::string& scratch) {
+  std::string raw = scratch + "/frame.rgba";
+  std::system(("ffmpeg -nostdin -loglevel error -y -i '" + input + "' " + selection +
+               " -frames:v 1 -f rawvideo -pix_fmt rgba '" + raw + "'")
+                  .c_str());
+  return slurp(raw);
+}
+
+}  // namespace
+
+TEST_F(QrlCallTest, TheMainJobBurnsTheTimecodeAndRendersAFrameOfIt) {
+  Outcome run = qrl({"demo", "--out", root_ + "/demo"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_NE(run.out.find("6. The running timecode burnt in"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("burnt into 300 frames"), std::string::npos) << run.out;
+  const std::string png = root_ + "/demo/sample-burn-frame-45.png";
+  EXPECT_NE(run.out.find("frame 45: " + png), std::string::npos) << run.out;
+
+  constexpr int kWidth = 640, kHeight = 360;
+  std::string rendered = rgbaOf(png, "", root_);
+  std::string picture =
+      rgbaOf(root_ + "/demo/sample.mov", "-map 0:v:0 -vf 'select=eq(n\\,45)'", root_);
+  ASSERT_EQ(rendered.size(), size_t{kWidth} * kHeight * 4);
+  ASSERT_EQ(picture.size(), rendered.size());
+  // The burn sits 20 pixels in from the lower left; its dark box and 28-point text stay
+  // well inside this rectangle (rows from the top).
+  const int left = 10, right = 320, top = kHeight - 90, bottom = kHeight - 10;
+  int outside = 0, inside = 0, whiteText = 0, seeThrough = 0;
+  for (int y = 0; y < kHeight; ++y) {
+    for (int x = 0; x < kWidth; ++x) {
+      size_t at = (size_t(y) * kWidth + x) * 4;
+      int diff = 0;
+      for (int c = 0; c < 3; ++c)
+        diff = std::max(diff,
+                        std::abs(int(uint8_t(rendered[at + c])) - int(uint8_t(picture[at + c]))));
+      bool inBox = x >= left && x < right && y >= top && y < bottom;
+      if (diff > 3)
+        (inBox ? inside : outside)++;
+      if (inBox && uint8_t(rendered[at]) > 240 && uint8_t(rendered[at + 1]) > 240 &&
+          uint8_t(rendered[at + 2]) > 240)
+        ++whiteText;
+      if (uint8_t(rendered[at + 3]) != 255)
+        ++seeThrough;
+    }
+  }
+  EXPECT_EQ(seeThrough, 0) << "the rendered frame is opaque";
+  EXPECT_EQ(outside, 0) << "the picture is its own outside the burn";
+  EXPECT_GT(inside, 2000) << "the burn's box darkens the picture under it";
+  EXPECT_GT(whiteText, 300) << "the timecode's white text shows inside the box";
 }
