@@ -6,7 +6,9 @@
 #include <filesystem>
 
 #include "clients/cpp/QRLConduitClient.h"
+#include "platform/archive/KeyedArchiver.h"
 #include "platform/process/Exception.h"
+#include "records/QRLQTTimecodeBurnAttributeWrapper.h"
 #include "tests/movie/OverlayTestSupport.h"
 
 namespace qrl {
@@ -66,6 +68,36 @@ TEST_F(OverlayServiceProcess, TheTimecodeBurnAddsATiffTrack) {
   EXPECT_EQ(streams["streams.stream.2.nb_frames"], "5");
   EXPECT_EQ(*send("beginningTimecodeForQuicktimeVideoAtPath:", {Value(movie.string())}).string(),
             "01:00:00:00");
+}
+
+TEST_F(OverlayServiceProcess, BurnRecordsTravelAsArchivesAndAsDictionaries) {
+  QRLQTTimecodeBurnAttributeWrapper record;
+  record.setStartTimecode("10:00:00:00");
+  record.setFrameRate(3);
+  record.setFontSize(14);
+  record.setBurnOrigin({6, 8});
+  record.setFontColor(archive::Color::calibratedRGB(1, 0, 0, 1));
+  const struct {
+    const char* selector;
+    Value record;
+  } forms[] = {
+      {"addTimecodeBurnToMovie:burnAttributes:",
+       Value(archive::KeyedArchiver::archivedDataWithRootObject(&record))},
+      {"addTimecodeBurnToMovieAtPath:burnAttributes:",
+       Value(archive::KeyedArchiver::archivedDataWithRootObject(&record))},
+      {"addTimecodeBurnToMovieAtPath:burnDictionary:", record.timecodeAttributeDictionary()},
+  };
+  int n = 0;
+  for (const auto& form : forms) {
+    SCOPED_TRACE(form.selector);
+    auto movie = makeSizedMovie(dir_, "record" + std::to_string(++n) + ".mov", "160x90", "25", 3);
+    send(form.selector, {Value(movie.string()), form.record});
+    auto streams = probe(movie, "stream=codec_tag_string");
+    EXPECT_EQ(streams["streams.stream.1.codec_tag_string"], "tmcd");
+    EXPECT_EQ(streams["streams.stream.2.codec_tag_string"], "tiff");
+    EXPECT_EQ(*send("beginningTimecodeForQuicktimeVideoAtPath:", {Value(movie.string())}).string(),
+              "10:00:00:00");
+  }
 }
 
 TEST_F(OverlayServiceProcess, WatermarksAndTextAddOneTrackEach) {
