@@ -422,3 +422,31 @@ TEST_F(QrlCallTest, TheMainJobBurnsTheTimecodeAndRendersAFrameOfIt) {
   EXPECT_GT(inside, 2000) << "the burn's box darkens the picture under it";
   EXPECT_GT(whiteText, 300) << "the timecode's white text shows inside the box";
 }
+
+TEST_F(QrlCallTest, BurnReadsEveryFormOfRateAndDrawsABarOnATerminal) {
+  struct Row {
+    const char* rate;
+    const char* shown;
+  } rows[] = {{"pal", "at 25 fps"},
+              {"5", "at 29.97 fps"},
+              {"29.97 DF", "at 29.97 fps"},
+              {"23.976", "at 23.976 fps"},
+              {"59.94", "at 59.94 fps"}};
+  for (const auto& row : rows) {
+    std::string movie = tinyMovie(root_, std::string("rate ") + row.rate + ".mov");
+    Outcome run = qrl({"burn-timecode", movie, "--start", "00:00:00:00", "--rate", row.rate});
+    EXPECT_EQ(run.status, 0) << row.rate << ": " << run.err;
+    EXPECT_NE(run.out.find(row.shown), std::string::npos) << row.rate << ": " << run.out;
+  }
+  // script(1) gives the program a terminal; the bar is redrawn in place and its line ended.
+  std::string movie = tinyMovie(root_, "terminal.mov");
+  std::string captured = root_ + "/terminal.txt";
+  std::string command = std::string(QRL_PROGRAM) + " burn-timecode '" + movie +
+                        "' --start 00:00:00:00 --rate 25 2>&1 >/dev/null";
+  ASSERT_EQ(std::system(("script -qec \"" + command + "\" /dev/null > '" + captured + "'").c_str()),
+            0);
+  std::string bar = slurp(captured);
+  EXPECT_NE(bar.find("\rburning [#"), std::string::npos) << bar;
+  EXPECT_NE(bar.find("] 100%"), std::string::npos) << bar;
+  EXPECT_EQ(bar.find("burning: "), std::string::npos) << "no plain lines on a terminal";
+}
