@@ -5,24 +5,26 @@
 #include <ostream>
 #include <vector>
 
+#include "clients/cpp/QRLConduitClient.h"
 #include "fsutil/QRLFileSystemUtility.h"
 #include "movie/QRLQTImageLayer.h"
-#include "movie/QRLQTOverlayWriter.h"
+#include "platform/archive/Color.h"
+#include "platform/archive/Point.h"
 #include "platform/graphics/Image.h"
 #include "platform/graphics/ImageDecoder.h"
 #include "platform/graphics/PngEncoder.h"
 #include "platform/process/Exception.h"
-#include "platform/process/SystemLog.h"
 #include "platform/quicktime/Movie.h"
 #include "platform/quicktime/Track.h"
+#include "records/QRLQTTimecodeBurnAttributeWrapper.h"
 
 namespace qrl::app {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr graphics::Point kBurnLocation{20, 20};
-constexpr uint32_t kBurnFontSize = 28;
+constexpr archive::Point kBurnOrigin{20, 20};
+constexpr int32_t kBurnFontSize = 28;
 
 std::vector<uint8_t> readFile(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
@@ -53,19 +55,27 @@ graphics::Image pictureFrame(const std::string& movie, const fs::path& folder, i
   return image;
 }
 
+// The overlay track the burn added (the last one carrying the marker).
+const quicktime::Track& burnTrack(const quicktime::Movie& movie) {
+  for (auto it = movie.tracks().rbegin(); it != movie.tracks().rend(); ++it) {
+    if ((*it)->displayName().value_or("").ends_with(QRLTrackAddedByQuorlanQTImageLayerSuffix))
+      return **it;
+  }
+  throw Exception::io("the conduit did not burn the timecode (see the system log)");
+}
+
+uint32_t burnTrackFrames(const std::string& movie) {
+  auto opened = quicktime::Movie::open(movie);
+  return burnTrack(*opened).media().sampleTable().sampleCount();
+}
+
 // The burn track's picture for `frame`: the image stored as that sample.
 graphics::Image burnFrame(const std::string& movie, int frame) {
   auto opened = quicktime::Movie::open(movie);
-  for (auto it = opened->tracks().rbegin(); it != opened->tracks().rend(); ++it) {
-    auto name = (*it)->displayName().value_or("");
-    if (!name.ends_with(QRLTrackAddedByQuorlanQTImageLayerSuffix))
-      continue;
-    const auto& media = (*it)->media();
-    if (static_cast<uint32_t>(frame) >= media.sampleTable().sampleCount())
-      throw Exception::range("the burn holds no frame " + std::to_string(frame));
-    return graphics::ImageDecoder::decode(media.readSample(static_cast<uint32_t>(frame)));
-  }
-  throw Exception::parse("the movie has no burn track");
+  const auto& media = burnTrack(*opened).media();
+  if (static_cast<uint32_t>(frame) >= media.sampleTable().sampleCount())
+    throw Exception::range("the burn holds no frame " + std::to_string(frame));
+  return graphics::ImageDecoder::decode(media.readSample(static_cast<uint32_t>(frame)));
 }
 
 // `top` laid over `bottom` (both straight alpha, the same size) by its alpha.
@@ -90,22 +100,19 @@ graphics::Image composite(const graphics::Image& bottom, const graphics::Image& 
 
 }  // namespace
 
-fs::path burnTimecodeAndRenderFrame(const std::string& movie, const fs::path& folder,
-                                    const std::string& start, QRLVideoFrameRate rate, int frame,
-                                    std::ostream& out) {
-  {
-    process::CapturingLog log;
-    auto opened = quicktime::Movie::open(movie);
-    auto* track = QRLQTOverlayWriter().addTimecodeBurnToMovie(
-        opened.get(), start, rate, kBurnLocation, kBurnFontSize, graphics::Color::whiteColor(),
-        graphics::Color::colorWithCalibratedRed(0, 0, 0, 0.6));
-    if (track == nullptr) {
-      auto lines = log.messages();
-      throw Exception::io("the burn failed: " + (lines.empty() ? "" : lines.front()));
-    }
-    out << "   burnt into " << track->media().sampleTable().sampleCount()
-        << " frames at 20,20 (white on a dark box, 28 points)\n";
-  }
+fs::path burnTimecodeAndRenderFrame(client::QRLConduitClient& conduit, const std::string& movie,
+                                    const fs::path& folder, const std::string& start,
+                                    QRLVideoFrameRate rate, int frame, std::ostream& out) {
+  QRLQTTimecodeBurnAttributeWrapper burn;
+  burn.setStartTimecode(start);
+  burn.setFrameRate(static_cast<uint32_t>(rate));
+  burn.setFontSize(kBurnFontSize);
+  burn.setBurnOrigin(kBurnOrigin);
+  burn.setFontColor(archive::Color::calibratedRGB(1, 1, 1, 1));
+  conduit.overlay().addTimecodeBurnToMovieAtPath(movie, burn.timecodeAttributeDictionary());
+  // The conduit logs rather than answers a failed burn; a missing burn track tells.
+  out << "   burnt into " << burnTrackFrames(movie) << " frames at 20,20 (white, " << kBurnFontSize
+      << " points)\n";
   auto rendered = composite(pictureFrame(movie, folder, frame), burnFrame(movie, frame));
   fs::path png = folder / ("sample-burn-frame-" + std::to_string(frame) + ".png");
   auto bytes = graphics::PngEncoder::encode(rendered);

@@ -1,7 +1,7 @@
 // qrl demo: the main job on an embedded default. It makes a short sample movie, starts a
 // conduit the way a parent application does, has the conduit add a timecode track and write
-// an xmeml edit list for the movie, tours the timecode engine, and burns the running timecode
-// into the movie, rendering one frame of the result.
+// an xmeml edit list for the movie, tours the timecode engine, and has the conduit burn the
+// running timecode into the movie, rendering one frame of the result.
 #include <chrono>
 #include <filesystem>
 #include <iomanip>
@@ -32,8 +32,9 @@ Runs the main job on an embedded default, in DIR (default: ./qrl-demo):
   3. shows the movie's tracks with the movie reader,
   4. has the conduit write an xmeml edit list for the movie,
   5. tours the timecode engine: rate codes, conversions and series,
-  6. burns the running timecode into the movie (saved in place) and writes
-     frame 45 with the burn laid over the picture as sample-burn-frame-45.png.
+  6. has the conduit burn the running timecode into the movie (saved in place),
+     then writes frame 45 with the burn laid over the picture as
+     sample-burn-frame-45.png.
 It prints where everything is. Needs the ffmpeg program (scripts/setup.sh installs it).
 )";
 
@@ -176,7 +177,7 @@ int runDemoCommand(const std::vector<std::string>& args, std::ostream& out, std:
   printSeries(out);
 
   out << "\n6. The running timecode burnt in\n";
-  auto png = burnTimecodeAndRenderFrame(movie, folder, start.value_or(kStartTimecode),
+  auto png = burnTimecodeAndRenderFrame(*conduit, movie, folder, start.value_or(kStartTimecode),
                                         QRLVideoFrameRate29_97, kRenderedFrame, out);
   out << "   frame " << kRenderedFrame << ": " << png.string() << "\n";
   out << "\nOutput is in " << folder.string() << "\n";
