@@ -98,6 +98,32 @@ class QRLQTOverlayWriter {
   void insertTimeCodeTrackIntoMovie(quicktime::Movie* movie, QRLVideoFrameRate videoFrameRate,
                                     const std::string& startTime, bool showTimecode,
                                     uint32_t fontSize);
+  // The same track into the movie file at the path, saved: the strip sits in
+  // `boundingBox` (y from the bottom of the picture), its colours scaled by
+  // 255 as the desktop code did. With `transparentBackground` the movie's
+  // picture is drawn in `transparencyMode`.
+  void insertTimeCodeTrackIntoVideoFile(const std::string& path, QRLVideoFrameRate videoFrameRate,
+                                        const std::string& startTime, bool showTimecode,
+                                        uint32_t fontSize, const graphics::Color& fontForeColor,
+                                        const graphics::Color& fontBackColor,
+                                        const graphics::Rect& boundingBox,
+                                        bool transparentBackground, int32_t transparencyMode);
+  // A shown timecode strip in the overlay's box; false only when the movie
+  // does not open.
+  bool addQuicktimeTimecodeOverlayToVideoAtPath(
+      const std::string& path, const std::string& startTimcode,
+      const QRLBurnAttributeHolder& withBurnAttributeWrapper,
+      QRLVideoFrameRate conformingToVideoFrameRate);
+  // A shown timecode track, all timecode tracks disabled, and the timecode
+  // burnt into a track of the compression size; not saved. True when the
+  // burn track came back. The rate, width, height and frames-per-timecode
+  // numbers are accepted and not used.
+  bool createTimecodeOverlayForMovie(quicktime::Movie* movie, const std::string& startTimecode,
+                                     QRLVideoFrameRate frameRate, int32_t numericRate,
+                                     int32_t timecodeWidth, int32_t timecodeHeight,
+                                     int32_t compressionWidth, int32_t compressionHeight,
+                                     graphics::Point timecodePosition, int32_t framesPerTimecode,
+                                     int32_t fontSize, const graphics::Color& tcColor);
   // The movie's first timecode, trimmed; the default timecode when the file
   // does not open, none when it has no timecode track.
   std::optional<std::string> beginningTimecodeForQuicktimeVideoAtPath(const std::string& path);
