@@ -3,10 +3,13 @@
 #include <cstdint>
 #include <memory>
 
+#include "movie/QRLOverlayChecks.h"
 #include "platform/graphics/ImageDecoder.h"
 #include "platform/process/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "platform/quicktime/Movie.h"
+#include "records/QRLQTTimecodeBurnAttributeWrapper.h"
+#include "records/QRLRecordClasses.h"
 
 namespace qrl {
 
@@ -143,6 +146,33 @@ QRLBurnAttributeHolder burnAttributeHolderOf(const Value& value) {
   return holder;
 }
 
+// The burn attribute argument of the QuickTime timecode overlay: a holder
+// dictionary with `embeddedTimecodeOverlay`, or a burn record as its keyed
+// archive or attribute dictionary. A record has no box size, so its strip is
+// placed at the burn origin with a box of zero size; its letterbox colour is
+// the strip's background.
+QRLBurnAttributeHolder burnWrapperOf(const Value& value) {
+  std::shared_ptr<const QRLQTTimecodeBurnAttributeWrapper> record;
+  if (const archive::Data* data = value.data()) {
+    record = unarchiveRecord<QRLQTTimecodeBurnAttributeWrapper>(*data);
+    if (!record)
+      throw Exception::parse("the burn attribute wrapper archive holds no burn record");
+  } else {
+    dictionaryOf(value, "the burn attribute wrapper");
+    if (value.find("embeddedTimecodeOverlay") != nullptr)
+      return burnAttributeHolderOf(value);
+    record = std::make_shared<QRLQTTimecodeBurnAttributeWrapper>(value);
+  }
+  QRLBurnAttributeHolder holder;
+  QRLEmbeddedTimecodeOverlay& o = holder.embeddedTimecodeOverlay;
+  o.xCoordinate = static_cast<int32_t>(record->burnOrigin().x);
+  o.yCoordinate = static_cast<int32_t>(record->burnOrigin().y);
+  o.fontSize = record->fontSize();
+  o.textColor = overlay::fromArchive(record->fontColor());
+  o.backgroundColor = overlay::fromArchive(record->letterboxBackgroundColor());
+  return holder;
+}
+
 QRLVideoFrameRate rateOf(const Value& value) {
   return static_cast<QRLVideoFrameRate>(*value.integer());
 }
@@ -215,6 +245,13 @@ QRLQTOverlayWriterService::QRLQTOverlayWriterService() {
         writer_.addTimecodeOverlayToMovieAtPath(*a[0].string(), *a[1].string(), rateOf(a[2]),
                                                 burnAttributeHolderOf(a[3]));
         return Value();
+      });
+  addPerformer(
+      "addQuicktimeTimecodeOverlayToVideoAtPath:startTimcode:withBurnAttributeWrapper:"
+      "conformingToVideoFrameRate:",
+      [this](const Arguments& a) {
+        return Value(writer_.addQuicktimeTimecodeOverlayToVideoAtPath(
+            *a[0].string(), *a[1].string(), burnWrapperOf(a[2]), rateOf(a[3])));
       });
   addPerformer("addImageOverlayToMovieAtPath:withImageOverlay:", [this](const Arguments& a) {
     writer_.addImageOverlayToMovieAtPath(*a[0].string(), imageOverlayOf(a[1]));

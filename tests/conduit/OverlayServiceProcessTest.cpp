@@ -100,6 +100,45 @@ TEST_F(OverlayServiceProcess, BurnRecordsTravelAsArchivesAndAsDictionaries) {
   }
 }
 
+TEST_F(OverlayServiceProcess, QuicktimeTimecodeOverlayTakesAHolderOrABurnRecord) {
+  const std::string selector =
+      "addQuicktimeTimecodeOverlayToVideoAtPath:startTimcode:withBurnAttributeWrapper:"
+      "conformingToVideoFrameRate:";
+  QRLQTTimecodeBurnAttributeWrapper record;
+  record.setFontSize(14);
+  record.setBurnOrigin({6, 8});
+  const Value forms[] = {
+      Value(Value::Dictionary{
+          {"embeddedTimecodeOverlay",
+           Value(Value::Dictionary{{"xCoordinate", 4}, {"width", 80}, {"fontSize", 12}})}}),
+      Value(archive::KeyedArchiver::archivedDataWithRootObject(&record)),
+      record.timecodeAttributeDictionary(),
+  };
+  int n = 0;
+  for (const Value& form : forms) {
+    SCOPED_TRACE(n);
+    auto movie = makeSizedMovie(dir_, "qt" + std::to_string(++n) + ".mov", "160x90", "25", 3);
+    EXPECT_EQ(
+        send(selector, {Value(movie.string()), Value("03:00:00:00"), form, Value(3)}).boolean(),
+        true);
+    auto streams = probe(movie, "stream=codec_tag_string");
+    EXPECT_EQ(streams["streams.stream.1.codec_tag_string"], "tmcd");
+    EXPECT_EQ(streams.count("streams.stream.2.codec_tag_string"), 0u) << "no picture is added";
+    EXPECT_EQ(*send("beginningTimecodeForQuicktimeVideoAtPath:", {Value(movie.string())}).string(),
+              "03:00:00:00");
+  }
+  EXPECT_EQ(send(selector,
+                 {Value((dir_ / "none.mov").string()), Value("03:00:00:00"), forms[0], Value(3)})
+                .boolean(),
+            false);
+  auto movie = makeSizedMovie(dir_, "shape.mov", "160x90", "25", 3);
+  const auto before = readFile(movie);
+  EXPECT_THROW(send(selector, {Value(movie.string()), Value("03:00:00:00"),
+                               Value(archive::Data{1, 2, 3}), Value(3)}),
+               Exception);
+  EXPECT_EQ(readFile(movie), before);
+}
+
 TEST_F(OverlayServiceProcess, WatermarksAndTextAddOneTrackEach) {
   auto movie = makeSizedMovie(dir_, "marks.mov", "160x90", "25", 3);
   auto png = dir_ / "mark.png";
