@@ -1,6 +1,7 @@
 #include "movie/QRLOverlayChecks.h"
 
 #include <cmath>
+#include <limits>
 
 #include "movie/QRLQTOverlayWriter.h"
 #include "platform/graphics/ImageDecoder.h"
@@ -78,6 +79,40 @@ std::string description(const archive::ObjectPtr& object) {
       return *text;
   }
   return "<" + std::string(object->classChain().front()) + ">";
+}
+
+int32_t fixed(double pixels) {
+  const double value = pixels * 65536.0;
+  if (!(value < 2147483648.0))
+    return std::numeric_limits<int32_t>::max();
+  if (value <= -2147483648.0)
+    return std::numeric_limits<int32_t>::min();
+  return static_cast<int32_t>(value);
+}
+
+double pixelsOf(int32_t fixedValue) {
+  return fixedValue / 65536.0;
+}
+
+std::vector<uint8_t> timecodeDescription(const quicktime::TimeCodeDef& d, uint16_t dataReference) {
+  std::vector<uint8_t> out;
+  auto u32 = [&](uint32_t v) {
+    for (int shift = 24; shift >= 0; shift -= 8)
+      out.push_back(static_cast<uint8_t>(v >> shift));
+  };
+  u32(38);
+  u32(quicktime::fourCC("tmcd"));
+  out.insert(out.end(), 6, 0);
+  out.push_back(static_cast<uint8_t>(dataReference >> 8));
+  out.push_back(static_cast<uint8_t>(dataReference));
+  u32(0);
+  u32(static_cast<uint32_t>(d.flags));
+  u32(static_cast<uint32_t>(d.fTimeScale));
+  u32(static_cast<uint32_t>(d.frameDuration));
+  out.push_back(d.numFrames);
+  out.push_back(0);
+  u32(0);
+  return out;
 }
 
 }  // namespace qrl::overlay

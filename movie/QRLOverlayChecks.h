@@ -5,12 +5,14 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/archive/Color.h"
 #include "platform/archive/Object.h"
 #include "platform/graphics/Color.h"
 #include "platform/graphics/Image.h"
 #include "platform/graphics/Point.h"
+#include "platform/quicktime/TimeCode.h"
 
 namespace qrl::quicktime {
 class Movie;
@@ -34,5 +36,13 @@ std::optional<graphics::Color> fromArchive(const std::optional<archive::Color>& 
 // What "%@" prints for an object: a string as itself, else "<ClassName>",
 // "(null)" for nil.
 std::string description(const archive::ObjectPtr& object);
+
+// Pixels as 16.16, saturating from 2^31 on as the toolbox's conversion does.
+int32_t fixed(double pixels);
+double pixelsOf(int32_t fixedValue);
+// The 38-byte 'tmcd' sample description: header, a reserved word, the
+// definition, and a trailing zero word.
+std::vector<uint8_t> timecodeDescription(const quicktime::TimeCodeDef& definition,
+                                         uint16_t dataReference);
 
 }  // namespace qrl::overlay

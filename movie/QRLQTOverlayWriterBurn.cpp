@@ -18,9 +18,12 @@
 
 namespace qrl {
 
+using overlay::fixed;
 using overlay::fromArchive;
 using overlay::log;
 using overlay::openMovie;
+using overlay::pixelsOf;
+using overlay::timecodeDescription;
 using quicktime::Movie;
 using quicktime::Track;
 
@@ -30,43 +33,6 @@ constexpr int16_t kTimecodeFontNumber = 21;
 constexpr int16_t kBoldFace = 1;
 constexpr int32_t kInitialStripHeight = 0x1400000;  // 320.0 in 16.16
 constexpr size_t kStartTextBufferSize = 1024;
-
-// Pixels as 16.16, saturating from 2^31 on as the toolbox's conversion does.
-int32_t fixed(double pixels) {
-  const double value = pixels * 65536.0;
-  if (!(value < 2147483648.0))
-    return std::numeric_limits<int32_t>::max();
-  if (value <= -2147483648.0)
-    return std::numeric_limits<int32_t>::min();
-  return static_cast<int32_t>(value);
-}
-
-double pixelsOf(int32_t fixedValue) {
-  return fixedValue / 65536.0;
-}
-
-// The 38-byte 'tmcd' sample description: header, a reserved word, the
-// definition, and a trailing zero word.
-std::vector<uint8_t> timecodeDescription(const quicktime::TimeCodeDef& d, uint16_t dataReference) {
-  std::vector<uint8_t> out;
-  auto u32 = [&](uint32_t v) {
-    for (int shift = 24; shift >= 0; shift -= 8)
-      out.push_back(static_cast<uint8_t>(v >> shift));
-  };
-  u32(38);
-  u32(quicktime::fourCC("tmcd"));
-  out.insert(out.end(), 6, 0);
-  out.push_back(static_cast<uint8_t>(dataReference >> 8));
-  out.push_back(static_cast<uint8_t>(dataReference));
-  u32(0);
-  u32(static_cast<uint32_t>(d.flags));
-  u32(static_cast<uint32_t>(d.fTimeScale));
-  u32(static_cast<uint32_t>(d.frameDuration));
-  out.push_back(d.numFrames);
-  out.push_back(0);
-  u32(0);
-  return out;
-}
 
 }  // namespace
 

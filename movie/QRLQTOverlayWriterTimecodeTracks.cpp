@@ -17,6 +17,9 @@
 
 namespace qrl {
 
+using overlay::fixed;
+using overlay::pixelsOf;
+using overlay::timecodeDescription;
 using quicktime::Movie;
 using quicktime::Track;
 
@@ -29,45 +32,11 @@ constexpr size_t kStartTextBufferSize = 1024;
 constexpr uint16_t kBlendOperationLevel = 0xB200;
 constexpr uint16_t kOverlayGraphicsMode = 257;
 
-int32_t fixed(double pixels) {
-  const double value = pixels * 65536.0;
-  if (!(value < 2147483648.0))
-    return std::numeric_limits<int32_t>::max();
-  if (value <= -2147483648.0)
-    return std::numeric_limits<int32_t>::min();
-  return static_cast<int32_t>(value);
-}
-
-double pixelsOf(int32_t fixedValue) {
-  return fixedValue / 65536.0;
-}
-
 // The desktop code scaled the components by 255 into 16-bit colour fields, so
 // the strip's colours come out nearly black; files made by it look so too.
 std::array<uint16_t, 3> colorField(const graphics::Color& color) {
   auto component = [](double c) { return static_cast<uint16_t>(static_cast<int32_t>(c * 255.0)); };
   return {component(color.red), component(color.green), component(color.blue)};
-}
-
-std::vector<uint8_t> timecodeDescription(const quicktime::TimeCodeDef& d, uint16_t dataReference) {
-  std::vector<uint8_t> out;
-  auto u32 = [&](uint32_t v) {
-    for (int shift = 24; shift >= 0; shift -= 8)
-      out.push_back(static_cast<uint8_t>(v >> shift));
-  };
-  u32(38);
-  u32(quicktime::fourCC("tmcd"));
-  out.insert(out.end(), 6, 0);
-  out.push_back(static_cast<uint8_t>(dataReference >> 8));
-  out.push_back(static_cast<uint8_t>(dataReference));
-  u32(0);
-  u32(static_cast<uint32_t>(d.flags));
-  u32(static_cast<uint32_t>(d.fTimeScale));
-  u32(static_cast<uint32_t>(d.frameDuration));
-  out.push_back(d.numFrames);
-  out.push_back(0);
-  u32(0);
-  return out;
 }
 
 void insertIntoOpenFile(Movie& movie, QRLVideoFrameRate videoFrameRate,
@@ -145,6 +114,9 @@ void QRLQTOverlayWriter::insertTimeCodeTrackIntoVideoFile(
     bool showTimecode, uint32_t fontSize, const graphics::Color& fontForeColor,
     const graphics::Color& fontBackColor, const graphics::Rect& boundingBox,
     bool transparentBackground, int32_t transparencyMode) {
+  // The display keeps the size in 16 bits; a bigger one would wrap.
+  if (!overlay::isUsableFontSize(fontSize, path))
+    return;
   auto movie = overlay::openMovie(path);
   if (!movie) {
     process::SystemLog::write("Insertion of the time code failed");
@@ -185,6 +157,8 @@ bool QRLQTOverlayWriter::createTimecodeOverlayForMovie(
     process::SystemLog::write("Insertion of the time code failed");
     return false;
   }
+  if (!overlay::isUsableFontSize(fontSize, movie->path().string()) || !overlay::hasPicture(*movie))
+    return false;
   try {
     movie->setEditable(true);
     // The track writer takes the movie-side rate definition (100 on), while

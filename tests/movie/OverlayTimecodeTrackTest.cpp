@@ -151,6 +151,22 @@ TEST(OverlayTimecodeTrack, CreateOverlayBurnsAtTheCompressionSizeWithoutSaving) 
     EXPECT_EQ(burn->dimensions().height, 40);
     EXPECT_EQ(burn->media().sampleTable().sampleCount(), 6u);
   }
+  TempDir dir;
+  auto path = makeSizedMovie(dir, "sizes.mov", "160x90", "25", 3);
+  for (int32_t size : {0, 10000}) {
+    SCOPED_TRACE(size);
+    process::CapturingLog log;
+    auto movie = Movie::open(path);
+    EXPECT_FALSE(QRLQTOverlayWriter().createTimecodeOverlayForMovie(
+        movie.get(), "01:00:00:00", QRLVideoFrameRate25p, 0, 0, 0, 120, 40, {0, 0}, 0, size,
+        Color::blackColor()));
+    EXPECT_EQ(movie->trackCount(), 1u);
+    QRLQTOverlayWriter().insertTimeCodeTrackIntoVideoFile(
+        path.string(), QRLVideoFrameRate25p, "01:00:00:00", true, static_cast<uint32_t>(size),
+        Color::blackColor(), Color::whiteColor(), {{0, 0}, {80, 20}}, false, 0);
+    EXPECT_EQ(Movie::open(path)->trackCount(), 1u);
+    EXPECT_EQ(log.messages().size(), 2u) << "one line each";
+  }
   EXPECT_FALSE(QRLQTOverlayWriter().createTimecodeOverlayForMovie(
       nullptr, "01:00:00:00", QRLVideoFrameRate25p, 0, 0, 0, 120, 40, {0, 0}, 0, 14,
       Color::blackColor()));
