@@ -8,7 +8,10 @@
 #include "platform/process/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "platform/quicktime/FourCC.h"
+#include "platform/quicktime/Media.h"
 #include "platform/quicktime/Movie.h"
+#include "platform/quicktime/TimeCodeMediaHandler.h"
+#include "platform/quicktime/Track.h"
 
 namespace qrl::overlay {
 
@@ -113,6 +116,27 @@ std::vector<uint8_t> timecodeDescription(const quicktime::TimeCodeDef& d, uint16
   out.push_back(0);
   u32(0);
   return out;
+}
+
+void fillTimecodeTrack(quicktime::Track& track, quicktime::Media& media,
+                       quicktime::TimeCodeMediaHandler& handler,
+                       const quicktime::TimeCodeDef& definition,
+                       const quicktime::TimeCodeRecord& record, const quicktime::Time& duration,
+                       bool showTimecode) {
+  if (showTimecode)
+    handler.setTimeCodeFlags(quicktime::TimeCodeMediaHandler::kShowTimeCode,
+                             quicktime::TimeCodeMediaHandler::kShowTimeCode);
+  else
+    handler.setTimeCodeFlags(0, 0);
+
+  uint32_t description = media.addSampleDescription(
+      timecodeDescription(definition, static_cast<uint16_t>(media.selfReferenceNumber())));
+  const auto frame = static_cast<uint32_t>(
+      quicktime::TimeCodeMediaHandler::frameNumberFromRecord(definition, record).value_or(0));
+  const uint8_t sample[4] = {static_cast<uint8_t>(frame >> 24), static_cast<uint8_t>(frame >> 16),
+                             static_cast<uint8_t>(frame >> 8), static_cast<uint8_t>(frame)};
+  media.addSamples(sample, 1, static_cast<uint32_t>(duration.value), description);
+  track.insertMedia(0, 0, duration.value, 0x10000);
 }
 
 }  // namespace qrl::overlay

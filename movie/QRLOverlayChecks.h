@@ -16,7 +16,11 @@
 
 namespace qrl::quicktime {
 class Movie;
-}
+class Media;
+class Track;
+class TimeCodeMediaHandler;
+struct Time;
+}  // namespace qrl::quicktime
 
 // Input checks and conversions shared by the overlay writer's files. Each
 // check that fails writes one line to the system log saying why.
@@ -44,5 +48,14 @@ double pixelsOf(int32_t fixedValue);
 // definition, and a trailing zero word.
 std::vector<uint8_t> timecodeDescription(const quicktime::TimeCodeDef& definition,
                                          uint16_t dataReference);
+
+// Shows or hides the track's timecode text, then fills the track with its one
+// sample: the big-endian frame number of the record, lasting `duration`
+// (0 when the record does not convert).
+void fillTimecodeTrack(quicktime::Track& track, quicktime::Media& media,
+                       quicktime::TimeCodeMediaHandler& handler,
+                       const quicktime::TimeCodeDef& definition,
+                       const quicktime::TimeCodeRecord& record, const quicktime::Time& duration,
+                       bool showTimecode);
 
 }  // namespace qrl::overlay

@@ -17,9 +17,9 @@
 
 namespace qrl {
 
+using overlay::fillTimecodeTrack;
 using overlay::fixed;
 using overlay::pixelsOf;
-using overlay::timecodeDescription;
 using quicktime::Movie;
 using quicktime::Track;
 
@@ -81,20 +81,7 @@ void insertIntoOpenFile(Movie& movie, QRLVideoFrameRate videoFrameRate,
   matrix.values[7] += fixed(natural.height - fontSize - boundingBox.origin.y);
   track.setMatrix(matrix);
   track.setEnabled(true);
-  if (showTimecode)
-    handler.setTimeCodeFlags(quicktime::TimeCodeMediaHandler::kShowTimeCode,
-                             quicktime::TimeCodeMediaHandler::kShowTimeCode);
-  else
-    handler.setTimeCodeFlags(0, 0);
-
-  uint32_t description = media.addSampleDescription(
-      timecodeDescription(definition, static_cast<uint16_t>(media.selfReferenceNumber())));
-  const auto frame = static_cast<uint32_t>(
-      quicktime::TimeCodeMediaHandler::frameNumberFromRecord(definition, record).value_or(0));
-  const uint8_t sample[4] = {static_cast<uint8_t>(frame >> 24), static_cast<uint8_t>(frame >> 16),
-                             static_cast<uint8_t>(frame >> 8), static_cast<uint8_t>(frame)};
-  media.addSamples(sample, 1, static_cast<uint32_t>(duration.value), description);
-  track.insertMedia(0, 0, duration.value, 0x10000);
+  fillTimecodeTrack(track, media, handler, definition, record, duration, showTimecode);
 
   if (!video.empty()) {
     video.front()->addReference(track, quicktime::fourCC("tmcd"));
