@@ -1,28 +1,33 @@
 #include "timecode/QRLTimecodeUtility.h"
 
-#include <algorithm>
 #include <array>
+#include <utility>
 
+#include "timecode/FrameRateCatalogue.h"
 #include "timecode/TimecodeDetail.h"
 
 namespace qrl {
 namespace {
 
-// Numeric rates of codes 0-9 in code order. 4 (50i) and 8 (50p) hold 59.94 on purpose:
-// other code computes with exactly these numbers.
-constexpr std::array<double, 10> kNumericRates = {24.0,  23.976, 25.0,  25.0,  59.94,
-                                                  29.97, 30.0,   59.94, 59.94, 60.0};
+namespace catalogue = frame_rate_catalogue;
+using catalogue::videoFrameRateRow;
 
-constexpr std::array kDefinedRates = {
-    QRLVideoFrameRate24,  QRLVideoFrameRate23_976, QRLVideoFrameRatePAL, QRLVideoFrameRate25p,
-    QRLVideoFrameRate50i, QRLVideoFrameRate29_97,  QRLVideoFrameRate30,  QRLVideoFrameRate59_94i,
-    QRLVideoFrameRate50p, QRLVideoFrameRate60p};
-constexpr std::array kNtscRates = {QRLVideoFrameRate23_976, QRLVideoFrameRate29_97,
-                                   QRLVideoFrameRate59_94i};
-constexpr std::array kDropFrameRates = kNtscRates;
-constexpr std::array kInterlacedRates = {QRLVideoFrameRate50i, QRLVideoFrameRate59_94i};
-constexpr std::array kPalRates = {QRLVideoFrameRatePAL};
+QRLVideoFrameRate videoCode(uint32_t code) {
+  return static_cast<QRLVideoFrameRate>(code);
+}
 
+// The codes of the rows that pass, in code order.
+template <class Test>
+std::vector<QRLVideoFrameRate> codesWhere(Test test) {
+  std::vector<QRLVideoFrameRate> out;
+  for (const auto& row : catalogue::kVideoFrameRates) {
+    if (test(row))
+      out.push_back(videoCode(row.code));
+  }
+  return out;
+}
+
+// Lists with an order of their own.
 constexpr std::array kOldFrameRates = {QRLMovieRate2997Drop, QRLMovieRate2997,     QRLMovieRate25,
                                        QRLMovieRate24,       QRLMovieRateReserved, QRLMovieRate5994,
                                        QRLMovieRate50,       QRLMovieRate5994Alt,  QRLMovieRate50i,
@@ -30,89 +35,44 @@ constexpr std::array kOldFrameRates = {QRLMovieRate2997Drop, QRLMovieRate2997,  
                                        QRLMovieRate60};
 constexpr std::array<int32_t, 7> kMovieRates = {101, 100, 110, 102, 103, 104, 105};
 
-// One row per movie rate definition 100-113.
-struct MovieRateRow {
-  QRLVideoFrameRate videoRate;
-  int32_t numericRate;
-  const char* text;
+// The numeric lookup, tried in this order: equal after rounding to hundredths, or strictly
+// inside the window around it where there is one. 60 and 50 depend on the scan type.
+struct NumberMatch {
+  double rounded;
+  bool hasWindow;
+  double low, high;
+  QRLVideoFrameRate progressive, interlaced;
 };
-constexpr std::array<MovieRateRow, 14> kMovieRateRows = {{
-    {QRLVideoFrameRate29_97, 30, "2997"},    // 100
-    {QRLVideoFrameRate30, 30, "2997"},       // 101
-    {QRLVideoFrameRatePAL, 25, "25"},        // 102
-    {QRLVideoFrameRate24, 24, "24"},         // 103
-    {QRLVideoFrameRate59_94i, 60, "5994"},   // 104
-    {QRLVideoFrameRate50p, 50, "50"},        // 105
-    {QRLVideoFrameRateUndefined, 30, "30"},  // 106, listed but unconvertible
-    {QRLVideoFrameRateUndefined, 30, "30"},  // 107
-    {QRLVideoFrameRate59_94i, 60, "5994"},   // 108
-    {QRLVideoFrameRate50i, 50, "25"},        // 109
-    {QRLVideoFrameRate30, 30, "30"},         // 110
-    {QRLVideoFrameRate25p, 30, "30"},        // 111, rate and text disagree on purpose
-    {QRLVideoFrameRate24, 24, "30"},         // 112, likewise
-    {QRLVideoFrameRate60p, 60, "30"},        // 113
-}};
+constexpr NumberMatch kNumberMatches[] = {
+    {60.0, false, 0, 0, QRLVideoFrameRate60p, QRLVideoFrameRate59_94i},
+    {59.94, true, 59.93, 59.95, QRLVideoFrameRate59_94i, QRLVideoFrameRate59_94i},
+    {50.0, false, 0, 0, QRLVideoFrameRate50p, QRLVideoFrameRate50i},
+    {30.0, false, 0, 0, QRLVideoFrameRate30, QRLVideoFrameRate30},
+    {29.97, true, 29.96, 29.98, QRLVideoFrameRate29_97, QRLVideoFrameRate29_97},
+    {25.0, false, 0, 0, QRLVideoFrameRate25p, QRLVideoFrameRate25p},
+    {24.0, false, 0, 0, QRLVideoFrameRate24, QRLVideoFrameRate24},
+    {23.98, true, 23.97, 23.99, QRLVideoFrameRate23_976, QRLVideoFrameRate23_976},
+};
 
-const MovieRateRow* movieRateRow(QRLMovieRateDefinition definition) {
-  if (definition < QRLMovieRate2997Drop || definition > QRLMovieRate60) {
-    return nullptr;
-  }
-  return &kMovieRateRows[definition - QRLMovieRate2997Drop];
-}
-
-template <class List>
-bool contains(const List& list, QRLVideoFrameRate rate) {
-  return std::find(list.begin(), list.end(), rate) != list.end();
-}
-
-template <class List>
-std::vector<QRLVideoFrameRate> definedExcept(const List& excluded) {
-  std::vector<QRLVideoFrameRate> out;
-  for (auto rate : kDefinedRates) {
-    if (!contains(excluded, rate)) {
-      out.push_back(rate);
-    }
-  }
-  return out;
-}
-
-// The numeric lookup shared by both forms; sixty and fifty decide 60p/59.94i and 50p/50i.
-QRLVideoFrameRate codeForNumber(double raw, QRLVideoFrameRate sixty, QRLVideoFrameRate fifty) {
+QRLVideoFrameRate codeForNumber(double raw, bool interlaced) {
   double r = timecode_detail::roundedToHundredths(raw);
-  if (r == 60.0)
-    return sixty;
-  if (r == 59.94 || (raw > 59.93 && raw < 59.95))
-    return QRLVideoFrameRate59_94i;
-  if (r == 50.0)
-    return fifty;
-  if (r == 30.0)
-    return QRLVideoFrameRate30;
-  if (r == 29.97 || (raw > 29.96 && raw < 29.98))
-    return QRLVideoFrameRate29_97;
-  if (r == 25.0)
-    return QRLVideoFrameRate25p;
-  if (r == 24.0)
-    return QRLVideoFrameRate24;
-  if (r == 23.98 || (raw > 23.97 && raw < 23.99))
-    return QRLVideoFrameRate23_976;
+  for (const auto& match : kNumberMatches) {
+    if (r == match.rounded || (match.hasWindow && raw > match.low && raw < match.high))
+      return interlaced ? match.interlaced : match.progressive;
+  }
   return QRLVideoFrameRateUndefined;
 }
 
 }  // namespace
 
 double QRLTimecodeUtility::numericRateForVideoFrameRate(QRLVideoFrameRate rate) {
-  return rate < kNumericRates.size() ? kNumericRates[rate] : 0.0;
+  const auto* row = videoFrameRateRow(rate);
+  return row ? row->numericRate : 0.0;
 }
 
 double QRLTimecodeUtility::numericRateForVideoFrameRate(QRLVideoFrameRate rate,
                                                         QRLFrameRateViewType viewType) {
-  if (viewType == QRLFrameRateViewTypeProgressive) {
-    if (rate == QRLVideoFrameRate59_94i)
-      return 29.97;
-    if (rate == QRLVideoFrameRate50i)
-      return 25.0;
-  }
-  return numericRateForVideoFrameRate(rate);
+  return numericRateForVideoFrameRate(videoFrameRateEquivalentForFrameRate(rate, viewType));
 }
 
 std::string QRLTimecodeUtility::stringRateForVideoFrameRate(QRLVideoFrameRate rate) {
@@ -125,13 +85,11 @@ QRLVideoFrameRate QRLTimecodeUtility::videoFrameRateFromNumericRate(double rate)
 
 QRLVideoFrameRate QRLTimecodeUtility::videoFrameRateFromNumericRate(double rate,
                                                                     QRLScanType scanType) {
-  bool interlaced = scanType == QRLScanTypeInterlaced;
-  return codeForNumber(rate, interlaced ? QRLVideoFrameRate59_94i : QRLVideoFrameRate60p,
-                       interlaced ? QRLVideoFrameRate50i : QRLVideoFrameRate50p);
+  return codeForNumber(rate, scanType == QRLScanTypeInterlaced);
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::frameRateForDouble(double rate) {
-  return codeForNumber(rate, QRLVideoFrameRate60p, QRLVideoFrameRate50p);
+  return codeForNumber(rate, false);
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::videoFrameRateFromFrameRateDescription(
@@ -172,42 +130,45 @@ QRLVideoFrameRate QRLTimecodeUtility::videoFrameRateFromFrameRateDescription(
 }
 
 bool QRLTimecodeUtility::videoFrameRateIsNTSC(QRLVideoFrameRate rate) {
-  return contains(kNtscRates, rate);
+  const auto* row = videoFrameRateRow(rate);
+  return row && row->isNtsc;
 }
 bool QRLTimecodeUtility::videoFrameRateIsDropFrame(QRLVideoFrameRate rate) {
-  return contains(kDropFrameRates, rate);
+  const auto* row = videoFrameRateRow(rate);
+  return row && row->isDropFrame;
 }
 bool QRLTimecodeUtility::videoFrameRateIsProgressive(QRLVideoFrameRate rate) {
-  return contains(kDefinedRates, rate) && !contains(kInterlacedRates, rate);
+  const auto* row = videoFrameRateRow(rate);
+  return row && !row->isInterlaced;
 }
 bool QRLTimecodeUtility::videoFrameRateIsInterlaced(QRLVideoFrameRate rate) {
-  return contains(kInterlacedRates, rate);
+  const auto* row = videoFrameRateRow(rate);
+  return row && row->isInterlaced;
 }
 bool QRLTimecodeUtility::frameRateIsDrop(QRLVideoFrameRate rate) {
-  return rate == QRLVideoFrameRate23_976 || rate == QRLVideoFrameRate29_97 ||
-         rate == QRLVideoFrameRate59_94i;
+  return videoFrameRateIsDropFrame(rate);
 }
 
 std::vector<QRLVideoFrameRate> QRLTimecodeUtility::ntscFrameRates() {
-  return {kNtscRates.begin(), kNtscRates.end()};
+  return codesWhere([](const auto& row) { return row.isNtsc; });
 }
 std::vector<QRLVideoFrameRate> QRLTimecodeUtility::palVideoFrameRates() {
-  return {kPalRates.begin(), kPalRates.end()};
+  return codesWhere([](const auto& row) { return row.isPal; });
 }
 std::vector<QRLVideoFrameRate> QRLTimecodeUtility::dropFrameVideoFrameRates() {
-  return {kDropFrameRates.begin(), kDropFrameRates.end()};
+  return codesWhere([](const auto& row) { return row.isDropFrame; });
 }
 std::vector<QRLVideoFrameRate> QRLTimecodeUtility::nonDropFrameVideoFrameRates() {
-  return definedExcept(kDropFrameRates);
+  return codesWhere([](const auto& row) { return !row.isDropFrame; });
 }
 std::vector<QRLVideoFrameRate> QRLTimecodeUtility::progressiveVideoFrameRates() {
-  return definedExcept(kInterlacedRates);
+  return codesWhere([](const auto& row) { return !row.isInterlaced; });
 }
 std::vector<QRLVideoFrameRate> QRLTimecodeUtility::interlacedVideoFrameRates() {
-  return {kInterlacedRates.begin(), kInterlacedRates.end()};
+  return codesWhere([](const auto& row) { return row.isInterlaced; });
 }
 std::vector<QRLVideoFrameRate> QRLTimecodeUtility::allDefinedVideoFrameRates() {
-  return {kDefinedRates.begin(), kDefinedRates.end()};
+  return codesWhere([](const auto&) { return true; });
 }
 std::vector<QRLMovieRateDefinition> QRLTimecodeUtility::allDefinedOldFrameRates() {
   return {kOldFrameRates.begin(), kOldFrameRates.end()};
@@ -216,50 +177,40 @@ std::vector<int32_t> QRLTimecodeUtility::allDefinedMovieRates() {
   return {kMovieRates.begin(), kMovieRates.end()};
 }
 
+// Outside the table a code is its own progressive, drop-frame, non-drop and viewing
+// equivalent, and has no interlaced or PAL one.
 QRLVideoFrameRate QRLTimecodeUtility::progressiveEquivalentForVideoFrameRate(
     QRLVideoFrameRate rate) {
-  if (rate == QRLVideoFrameRate50i)
-    return QRLVideoFrameRate25p;
-  if (rate == QRLVideoFrameRate59_94i)
-    return QRLVideoFrameRate29_97;
-  return rate;
+  const auto* row = videoFrameRateRow(rate);
+  return row ? videoCode(row->progressive) : rate;
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::interlacedEquivalentForVideoFrameRate(
     QRLVideoFrameRate rate) {
-  if (videoFrameRateIsInterlaced(rate))
-    return rate;
-  if (rate == QRLVideoFrameRate29_97)
-    return QRLVideoFrameRate59_94i;
-  if (rate == QRLVideoFrameRate25p)
-    return QRLVideoFrameRate50i;
-  return QRLVideoFrameRateUndefined;
+  const auto* row = videoFrameRateRow(rate);
+  return row ? videoCode(row->interlaced) : QRLVideoFrameRateUndefined;
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::dropFrameEquivalentForVideoFrameRate(QRLVideoFrameRate rate) {
-  if (videoFrameRateIsDropFrame(rate))
-    return rate;
-  return dropFrameRateForNonDropFrameRate(rate);
+  const auto* row = videoFrameRateRow(rate);
+  return row ? videoCode(row->dropFrame) : rate;
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::nonDropFrameEquivalentForVideoFrameRate(
     QRLVideoFrameRate rate) {
-  if (contains(nonDropFrameVideoFrameRates(), rate))
-    return rate;
-  return nonDropFrameRateForDropFrameRate(rate);
+  const auto* row = videoFrameRateRow(rate);
+  return row ? videoCode(row->nonDropFrame) : rate;
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::palEquivalentForVideoFrameRate(QRLVideoFrameRate rate) {
-  return rate <= QRLVideoFrameRatePAL ? QRLVideoFrameRatePAL : QRLVideoFrameRateUndefined;
+  const auto* row = videoFrameRateRow(rate);
+  return row ? videoCode(row->pal) : QRLVideoFrameRateUndefined;
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::adjustVideoFrameRateToViewingFrameRate(
     QRLVideoFrameRate rate) {
-  if (rate == QRLVideoFrameRate60p)
-    return QRLVideoFrameRate30;
-  if (rate == QRLVideoFrameRate50p)
-    return QRLVideoFrameRate25p;
-  return rate;
+  const auto* row = videoFrameRateRow(rate);
+  return row ? videoCode(row->viewing) : rate;
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::videoFrameRateEquivalentForFrameRate(
@@ -270,30 +221,19 @@ QRLVideoFrameRate QRLTimecodeUtility::videoFrameRateEquivalentForFrameRate(
   return rate;
 }
 
+// The class forms of the drop-frame and non-drop equivalents: they skip the membership test
+// the instance forms make first, and agree with them on every code.
 QRLVideoFrameRate QRLTimecodeUtility::dropFrameRateForNonDropFrameRate(QRLVideoFrameRate rate) {
-  if (rate == QRLVideoFrameRate60p)
-    return QRLVideoFrameRate59_94i;
-  if (rate == QRLVideoFrameRate30)
-    return QRLVideoFrameRate29_97;
-  if (rate == QRLVideoFrameRate24)
-    return QRLVideoFrameRate23_976;
-  return rate;
+  return dropFrameEquivalentForVideoFrameRate(rate);
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::nonDropFrameRateForDropFrameRate(QRLVideoFrameRate rate) {
-  if (rate == QRLVideoFrameRate23_976)
-    return QRLVideoFrameRate24;
-  if (rate == QRLVideoFrameRate29_97)
-    return QRLVideoFrameRate30;
-  if (rate == QRLVideoFrameRate59_94i)
-    return QRLVideoFrameRate60p;
-  return rate;
+  return nonDropFrameEquivalentForVideoFrameRate(rate);
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::convertOldFrameRateDefinition(
     QRLMovieRateDefinition definition) {
-  const MovieRateRow* row = movieRateRow(definition);
-  return row ? row->videoRate : QRLVideoFrameRateUndefined;
+  return videoCode(catalogue::movieRateRow(definition).videoFrameRate);
 }
 
 QRLMovieRateDefinition QRLTimecodeUtility::convertVideoFrameRateDefinitionToOld(
@@ -307,13 +247,11 @@ QRLMovieRateDefinition QRLTimecodeUtility::convertVideoFrameRateDefinitionToOld(
 }
 
 int32_t QRLTimecodeUtility::numericMovieRateFromRateDefinitions(QRLMovieRateDefinition definition) {
-  const MovieRateRow* row = movieRateRow(definition);
-  return row ? row->numericRate : 30;
+  return catalogue::movieRateRow(definition).numericRate;
 }
 
 std::string QRLTimecodeUtility::movieRateFromRateDefinition(QRLMovieRateDefinition definition) {
-  const MovieRateRow* row = movieRateRow(definition);
-  return row ? row->text : "30";
+  return std::string(catalogue::movieRateRow(definition).text);
 }
 
 QRLMovieRateDefinition QRLTimecodeUtility::movieRateFromString(std::string_view text,

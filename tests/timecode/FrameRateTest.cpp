@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "timecode/FrameRateCatalogue.h"
+
 namespace qrl {
 namespace {
 
@@ -16,32 +18,40 @@ bool member(const std::vector<R>& list, R rate) {
 
 struct RateRow {
   uint32_t code;
+  const char* name;  // "" where the catalogue has no row
   double rate0, rate1;
   const char* text;
   bool ntsc, drop, interlaced, progressive, pal;
+  uint32_t progressiveEq, interlacedEq, dropEq, nonDropEq, palEq, viewing, old;
 };
 
-// One row per code, as published to every caller; 11 stands for any unknown value.
+// One row per code, as published to every caller; 11 stands for any unknown value. After the
+// texts: NTSC, drop-frame, interlaced, progressive, PAL set; then the progressive, interlaced,
+// drop-frame, non-drop, PAL and viewing equivalents and the old definition.
+// clang-format off
 const RateRow kRates[] = {
-    {0, 24.0, 24.0, "24", false, false, false, true, false},
-    {1, 23.976, 23.976, "23.976", true, true, false, true, false},
-    {2, 25.0, 25.0, "25", false, false, false, true, true},
-    {3, 25.0, 25.0, "25", false, false, false, true, false},
-    {4, 59.94, 25.0, "59.94", false, false, true, false, false},
-    {5, 29.97, 29.97, "29.97", true, true, false, true, false},
-    {6, 30.0, 30.0, "30", false, false, false, true, false},
-    {7, 59.94, 29.97, "59.94", true, true, true, false, false},
-    {8, 59.94, 59.94, "59.94", false, false, false, true, false},
-    {9, 60.0, 60.0, "60", false, false, false, true, false},
-    {10, 0.0, 0.0, "0", false, false, false, false, false},
-    {11, 0.0, 0.0, "0", false, false, false, false, false},
+    {0,  "24",     24.0,   24.0,   "24",     0, 0, 0, 1, 0, 0,  10, 1,  0,  2,  0,  103},
+    {1,  "23.976", 23.976, 23.976, "23.976", 1, 1, 0, 1, 0, 1,  10, 1,  0,  2,  1,  107},
+    {2,  "PAL",    25.0,   25.0,   "25",     0, 0, 0, 1, 1, 2,  10, 2,  2,  2,  2,  102},
+    {3,  "25p",    25.0,   25.0,   "25",     0, 0, 0, 1, 0, 3,  4,  3,  3,  10, 3,  111},
+    {4,  "50i",    59.94,  25.0,   "59.94",  0, 0, 1, 0, 0, 3,  4,  4,  4,  10, 4,  109},
+    {5,  "29.97",  29.97,  29.97,  "29.97",  1, 1, 0, 1, 0, 5,  7,  5,  6,  10, 5,  100},
+    {6,  "30",     30.0,   30.0,   "30",     0, 0, 0, 1, 0, 6,  10, 5,  6,  10, 6,  101},
+    {7,  "59.94i", 59.94,  29.97,  "59.94",  1, 1, 1, 0, 0, 5,  7,  7,  9,  10, 7,  104},
+    {8,  "50p",    59.94,  59.94,  "59.94",  0, 0, 0, 1, 0, 8,  10, 8,  8,  10, 3,  105},
+    {9,  "60p",    60.0,   60.0,   "60",     0, 0, 0, 1, 0, 9,  10, 7,  9,  10, 6,  113},
+    {10, "",       0.0,    0.0,    "0",      0, 0, 0, 0, 0, 10, 10, 10, 10, 10, 10, 106},
+    {11, "",       0.0,    0.0,    "0",      0, 0, 0, 0, 0, 11, 10, 11, 11, 10, 11, 107},
 };
+// clang-format on
 
 TEST(FrameRateTable, EveryCodeMatchesItsRow) {
   U any;
   for (const auto& row : kRates) {
     SCOPED_TRACE("code " + std::to_string(row.code));
     R code = static_cast<R>(row.code);
+    const auto* entry = frame_rate_catalogue::videoFrameRateRow(code);
+    EXPECT_EQ(entry ? entry->name : "", row.name);
     EXPECT_EQ(U::numericRateForVideoFrameRate(code), row.rate0);
     EXPECT_EQ(U::numericRateForVideoFrameRate(code, QRLFrameRateViewTypeAsDefined), row.rate0);
     EXPECT_EQ(U::numericRateForVideoFrameRate(code, QRLFrameRateViewTypeProgressive), row.rate1);
@@ -54,37 +64,20 @@ TEST(FrameRateTable, EveryCodeMatchesItsRow) {
     EXPECT_EQ(U::videoFrameRateIsProgressive(code), row.progressive);
     EXPECT_EQ(member(U::palVideoFrameRates(), code), row.pal);
     EXPECT_EQ(member(U::nonDropFrameVideoFrameRates(), code), row.code < 10 && !row.drop);
-  }
-}
 
-struct ConversionRow {
-  uint32_t code, progressive, interlaced, drop, nonDrop, pal, viewing, old;
-};
-
-const ConversionRow kConversions[] = {
-    {0, 0, 10, 1, 0, 2, 0, 103},  {1, 1, 10, 1, 0, 2, 1, 107},       {2, 2, 10, 2, 2, 2, 2, 102},
-    {3, 3, 4, 3, 3, 10, 3, 111},  {4, 3, 4, 4, 4, 10, 4, 109},       {5, 5, 7, 5, 6, 10, 5, 100},
-    {6, 6, 10, 5, 6, 10, 6, 101}, {7, 5, 7, 7, 9, 10, 7, 104},       {8, 8, 10, 8, 8, 10, 3, 105},
-    {9, 9, 10, 7, 9, 10, 6, 113}, {10, 10, 10, 10, 10, 10, 10, 106},
-};
-
-TEST(FrameRateTable, EquivalentsFollowTheConversionTable) {
-  for (const auto& row : kConversions) {
-    SCOPED_TRACE("code " + std::to_string(row.code));
-    R code = static_cast<R>(row.code);
-    EXPECT_EQ(U::progressiveEquivalentForVideoFrameRate(code), row.progressive);
-    EXPECT_EQ(U::interlacedEquivalentForVideoFrameRate(code), row.interlaced);
-    EXPECT_EQ(U::dropFrameEquivalentForVideoFrameRate(code), row.drop);
-    EXPECT_EQ(U::nonDropFrameEquivalentForVideoFrameRate(code), row.nonDrop);
-    EXPECT_EQ(U::palEquivalentForVideoFrameRate(code), row.pal);
+    EXPECT_EQ(U::progressiveEquivalentForVideoFrameRate(code), row.progressiveEq);
+    EXPECT_EQ(U::interlacedEquivalentForVideoFrameRate(code), row.interlacedEq);
+    EXPECT_EQ(U::dropFrameEquivalentForVideoFrameRate(code), row.dropEq);
+    EXPECT_EQ(U::nonDropFrameEquivalentForVideoFrameRate(code), row.nonDropEq);
+    EXPECT_EQ(U::palEquivalentForVideoFrameRate(code), row.palEq);
     EXPECT_EQ(U::adjustVideoFrameRateToViewingFrameRate(code), row.viewing);
     EXPECT_EQ(U::convertVideoFrameRateDefinitionToOld(code), row.old);
     // The class forms skip the membership test but agree on every code.
-    EXPECT_EQ(U::dropFrameRateForNonDropFrameRate(code), row.drop);
-    EXPECT_EQ(U::nonDropFrameRateForDropFrameRate(code), row.nonDrop);
+    EXPECT_EQ(U::dropFrameRateForNonDropFrameRate(code), row.dropEq);
+    EXPECT_EQ(U::nonDropFrameRateForDropFrameRate(code), row.nonDropEq);
     // View type 1 swaps only the interlaced codes for their progressive ones.
     EXPECT_EQ(U::videoFrameRateEquivalentForFrameRate(code, QRLFrameRateViewTypeProgressive),
-              row.code == 4 || row.code == 7 ? row.progressive : row.code);
+              row.code == 4 || row.code == 7 ? row.progressiveEq : row.code);
     EXPECT_EQ(U::videoFrameRateEquivalentForFrameRate(code, QRLFrameRateViewTypeAsDefined),
               row.code);
   }
