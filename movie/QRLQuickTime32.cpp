@@ -3,9 +3,9 @@
 #include <cstdio>
 
 #include "movie/QRLQuickTimeUtility32.h"
-#include "movie/QRLTimecodeTrackTables.h"
 #include "movie/QRLTimecodeTrackWriter.h"
 #include "movie/QuickTimeUtilities.h"
+#include "movie/TimecodeTrackDefinitions.h"
 #include "platform/process/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "timecode/QRLTimecodeUtility.h"
@@ -13,25 +13,22 @@
 namespace qrl {
 
 using quicktime::TimeCodeDef;
-namespace tables = timecode_tables;
 
+// The service object counts interlaced codes in frames: 50i answers 2500 and 59.94i 2997,
+// the time scales of their progressive equivalents, where the utility class answers the
+// field rates.
 int32_t QRLQuickTime32::timeScaleForVideoFrameRate(QRLVideoFrameRate rate) const {
-  return rate < tables::kVideoRates.size() ? tables::kVideoRates[rate].timeScaleA : 0;
+  const auto* row = frame_rate_catalogue::videoFrameRateRow(
+      QRLTimecodeUtility::progressiveEquivalentForVideoFrameRate(rate));
+  return row != nullptr ? row->timecodeScale : 0;
 }
 
 uint8_t QRLQuickTime32::frameCountFromVideoFrameRate(QRLVideoFrameRate rate) const {
-  uint8_t count = rate < tables::kVideoRates.size() ? tables::kVideoRates[rate].frameCount : 0;
-  return QRLTimecodeUtility::videoFrameRateIsInterlaced(rate) ? static_cast<uint8_t>(count >> 1)
-                                                              : count;
+  return timecode_track::frameCountOf(rate);
 }
 
 TimeCodeDef QRLQuickTime32::timecodeDefinitionFromVideoFrameRate(QRLVideoFrameRate rate) const {
-  TimeCodeDef d;
-  d.flags = QRLTimecodeUtility::videoFrameRateIsDropFrame(rate) ? TimeCodeDef::kDropFrame : 0;
-  d.fTimeScale = timeScaleForVideoFrameRate(rate);
-  d.frameDuration = tables::kFrameDuration;
-  d.numFrames = frameCountFromVideoFrameRate(rate);
-  return d;
+  return timecode_track::definitionOf(rate, timeScaleForVideoFrameRate(rate));
 }
 
 QRLVideoFrameRate QRLQuickTime32::videoFrameRateFromTimecodeDef(

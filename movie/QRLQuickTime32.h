@@ -19,9 +19,9 @@ class Movie;
 }
 
 // The timecode-track service the parent application reaches through the
-// conduit. It answers frame-rate codes from its own table, which gives time
-// scale 2500 for code 4 and 2997 for code 7 (the utility class answers 5000
-// and 5994); stored tracks depend on both, so neither is "fixed".
+// conduit. Its time scales count interlaced codes in frames, which gives 2500
+// for code 4 and 2997 for code 7 (the utility class counts fields and answers
+// 5000 and 5994); stored tracks depend on both, so neither is "fixed".
 //
 // Movies are passed as pointers because a parent may send none; a null movie
 // gives the documented empty result. Nothing here throws the project
@@ -57,7 +57,7 @@ class QRLQuickTime32 {
   // Walks the movie frame by frame, then adds a timecode track lasting the
   // whole movie: one frame-number sample of the start timecode, bold text of
   // `fontSize` in a strip under the picture (shown when `includeTimeCode`),
-  // enabled, referenced from the first video track. Uses this class's table.
+  // enabled, referenced from the first video track. Uses this class's time scales.
   // False for a null movie (not logged) and when the engine refused a step
   // ("Problem occured while trying to create a new track for the movie").
   bool addTimecodeTrackToMovie(quicktime::Movie* movie, QRLVideoFrameRate videoFrameRate,

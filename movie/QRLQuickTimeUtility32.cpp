@@ -5,7 +5,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "movie/QRLTimecodeTrackTables.h"
+#include "movie/TimecodeTrackDefinitions.h"
 #include "platform/process/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "platform/quicktime/FourCC.h"
@@ -18,7 +18,6 @@ namespace qrl {
 using quicktime::TimeCodeDef;
 using quicktime::TimeCodeMediaHandler;
 using quicktime::TimeCodeRecord;
-namespace tables = timecode_tables;
 
 namespace {
 
@@ -52,24 +51,19 @@ std::optional<TimeCodeMediaHandler::CurrentTimeCode> currentOfTrack(QRLMovieTrac
 
 }  // namespace
 
+// Interlaced codes in fields: 50i answers 5000 and 59.94i 5994.
 int32_t QRLQuickTimeUtility32::timeScaleForVideoFrameRate(QRLVideoFrameRate rate) const {
-  return rate < tables::kVideoRates.size() ? tables::kVideoRates[rate].timeScaleB : 0;
+  const auto* row = frame_rate_catalogue::videoFrameRateRow(rate);
+  return row != nullptr ? row->timecodeScale : 0;
 }
 
 uint8_t QRLQuickTimeUtility32::frameCountFromVideoFrameRate(QRLVideoFrameRate rate) const {
-  uint8_t count = rate < tables::kVideoRates.size() ? tables::kVideoRates[rate].frameCount : 0;
-  return QRLTimecodeUtility::videoFrameRateIsInterlaced(rate) ? static_cast<uint8_t>(count >> 1)
-                                                              : count;
+  return timecode_track::frameCountOf(rate);
 }
 
 TimeCodeDef QRLQuickTimeUtility32::timecodeDefinitionFromVideoFrameRate(
     QRLVideoFrameRate rate) const {
-  TimeCodeDef d;
-  d.flags = QRLTimecodeUtility::videoFrameRateIsDropFrame(rate) ? TimeCodeDef::kDropFrame : 0;
-  d.fTimeScale = timeScaleForVideoFrameRate(rate);
-  d.frameDuration = tables::kFrameDuration;
-  d.numFrames = frameCountFromVideoFrameRate(rate);
-  return d;
+  return timecode_track::definitionOf(rate, timeScaleForVideoFrameRate(rate));
 }
 
 void QRLQuickTimeUtility32::timecodeToTimeCodeRecord(const char* timecode,
@@ -145,16 +139,13 @@ void QRLQuickTimeUtility32::convertStringToTimeCodeRecord(const char* timecode,
 }
 
 TimeCodeDef QRLQuickTimeUtility32::findTimeCodeDefinitionFromRate(QRLMovieRateDefinition rate) {
-  uint32_t index = rate - tables::kFirstMovieRate;
-  if (rate < tables::kFirstMovieRate || index >= tables::kMovieRates.size())
-    return tables::kFallbackDefinition;
-  return tables::definitionOf(tables::kMovieRates[index]);
+  return timecode_track::definitionOf(rate);
 }
 
 TimeCodeDef QRLQuickTimeUtility32::timeCodeDefinitionFromRate(QRLMovieRateDefinition rate) {
   if (rate < QRLMovieRate2997Drop || rate > QRLMovieRate25p)
-    return tables::kFallbackDefinition;
-  TimeCodeDef d = tables::definitionOf(tables::kMovieRates[rate - tables::kFirstMovieRate]);
+    return timecode_track::definitionOf(QRLMovieRateUnknown);
+  TimeCodeDef d = timecode_track::definitionOf(rate);
   if (rate == QRLMovieRate30)
     d.fTimeScale = 2997;
   return d;

@@ -19,9 +19,9 @@ class Movie;
 
 // The timecode-track operations as the overlay writer and the track writer
 // use them inside the conduit: class methods over the QuickTime-side rate
-// codes (100 to 113), and a few instance methods that answer the frame-rate
-// codes from their own table (time scales 5000 and 5994 for codes 4 and 7,
-// where the service object answers 2500 and 2997).
+// codes (100 to 113), and a few instance methods over the frame-rate codes
+// whose time scales count interlaced codes in fields (5000 and 5994 for codes
+// 4 and 7, where the service object answers 2500 and 2997).
 //
 // Nothing here throws the project exception to the caller: missing tracks
 // or unreadable timecodes give the documented fallback.

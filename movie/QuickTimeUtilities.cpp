@@ -4,14 +4,12 @@
 #include <cmath>
 
 #include "movie/MoviePosterFrame.h"
-#include "movie/QRLTimecodeTrackTables.h"
 #include "platform/process/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
+#include "timecode/FrameRateCatalogue.h"
 
 namespace qrl {
-
-namespace tables = timecode_tables;
 
 int64_t QuickTimeUtilities::durationOfFileInMiliseconds(const std::string& path) {
   try {
@@ -60,10 +58,7 @@ graphics::Size QuickTimeUtilities::thumbnailSizeForImageSize(graphics::Size size
 }
 
 std::string QuickTimeUtilities::frameRateStringFromTimeCodeRate(QRLMovieRateDefinition rate) {
-  uint32_t index = rate - tables::kFirstMovieRate;
-  if (rate < tables::kFirstMovieRate || index >= tables::kMovieRates.size())
-    return "2997";
-  return tables::kMovieRates[index].rateString;
+  return std::string(frame_rate_catalogue::movieRateRow(rate).timecodeText);
 }
 
 bool QuickTimeUtilities::isTimeCodeRateDrop(QRLMovieRateDefinition rate) {
@@ -71,9 +66,7 @@ bool QuickTimeUtilities::isTimeCodeRateDrop(QRLMovieRateDefinition rate) {
 }
 
 bool QuickTimeUtilities::isTimeCodeRateNTSC(QRLMovieRateDefinition rate) {
-  constexpr uint32_t kNtscMask = 4371;  // bits of 100, 101, 104, 108 and 112
-  uint32_t bit = rate - tables::kFirstMovieRate;
-  return rate >= tables::kFirstMovieRate && bit <= 12 && ((kNtscMask >> bit) & 1u) != 0;
+  return frame_rate_catalogue::movieRateRow(rate).isNtsc;
 }
 
 bool QuickTimeUtilities::isFrameRateNTSC(std::string_view frameRate) {

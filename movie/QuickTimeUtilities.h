@@ -48,7 +48,7 @@ class QuickTimeUtilities {
   static std::string frameRateStringFromTimeCodeRate(QRLMovieRateDefinition rate);
   // Only 100 counts as drop-frame here, although 106, 107 and 109 carry the flag.
   static bool isTimeCodeRateDrop(QRLMovieRateDefinition rate);
-  // 100, 101, 104, 108 and 112.
+  // 100, 101, 104, 108 and 112, as the rate table marks them.
   static bool isTimeCodeRateNTSC(QRLMovieRateDefinition rate);
   // The first two characters are "23", "29" or "59".
   static bool isFrameRateNTSC(std::string_view frameRate);
