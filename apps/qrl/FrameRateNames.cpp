@@ -2,36 +2,55 @@
 
 #include <algorithm>
 #include <cctype>
-#include <string>
+
+#include "timecode/FrameRateCatalogue.h"
 
 namespace qrl::app {
 namespace {
 
-struct NamedRate {
+namespace catalogue = frame_rate_catalogue;
+
+struct Shorthand {
   std::string_view name;
   QRLVideoFrameRate code;
 };
 
-constexpr NamedRate kNamedRates[] = {
-    {"24", QRLVideoFrameRate24},         {"23.976", QRLVideoFrameRate23_976},
-    {"pal", QRLVideoFrameRatePAL},       {"25", QRLVideoFrameRatePAL},
-    {"25p", QRLVideoFrameRate25p},       {"50i", QRLVideoFrameRate50i},
-    {"29.97", QRLVideoFrameRate29_97},   {"30", QRLVideoFrameRate30},
-    {"59.94i", QRLVideoFrameRate59_94i}, {"50p", QRLVideoFrameRate50p},
-    {"60p", QRLVideoFrameRate60p},       {"60", QRLVideoFrameRate60p},
-};
+constexpr Shorthand kShorthands[] = {{"25", QRLVideoFrameRatePAL}, {"60", QRLVideoFrameRate60p}};
+
+std::string lowercase(std::string_view text) {
+  std::string lower(text);
+  std::transform(lower.begin(), lower.end(), lower.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return lower;
+}
 
 }  // namespace
 
 std::optional<QRLVideoFrameRate> videoFrameRateFromName(std::string_view name) {
-  std::string lower(name);
-  std::transform(lower.begin(), lower.end(), lower.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  for (const auto& named : kNamedRates) {
-    if (named.name == lower)
-      return named.code;
+  const std::string lower = lowercase(name);
+  for (const auto& row : catalogue::kVideoFrameRates) {
+    if (lowercase(row.name) == lower)
+      return static_cast<QRLVideoFrameRate>(row.code);
+  }
+  for (const auto& shorthand : kShorthands) {
+    if (shorthand.name == lower)
+      return shorthand.code;
   }
   return std::nullopt;
+}
+
+std::string frameRateNames() {
+  std::string names;
+  for (const auto& row : catalogue::kVideoFrameRates) {
+    if (!names.empty())
+      names += ", ";
+    names += lowercase(row.name);
+    for (const auto& shorthand : kShorthands) {
+      if (shorthand.code == row.code)
+        names += " (" + std::string(shorthand.name) + ")";
+    }
+  }
+  return names;
 }
 
 }  // namespace qrl::app

@@ -27,7 +27,7 @@ Burns the running timecode into every frame of MOVIE, saved in place: a hidden
 timecode track starting at TC (HH:MM:SS:FF, ';' before the frames for drop-frame)
 and an overlay video track holding each frame's timecode as a picture.
   --rate RATE       )") +
-    std::string(kFrameRateNames) + R"(,
+    frameRateNames() + R"(,
                     a rate code (0-9), or a description such as "29.97 DF"
   --font-size N     text size in points (default 24)
   --color R,G,B[,A] text colour, each 0-255 (default 255,255,255)
