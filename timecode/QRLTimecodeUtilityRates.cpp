@@ -11,9 +11,24 @@ namespace {
 
 namespace catalogue = frame_rate_catalogue;
 using catalogue::videoFrameRateRow;
+using Row = catalogue::VideoFrameRateRow;
 
 QRLVideoFrameRate videoCode(uint32_t code) {
   return static_cast<QRLVideoFrameRate>(code);
+}
+
+// A flag of the code's row; false outside the table.
+bool flagOf(QRLVideoFrameRate rate, bool Row::*flag) {
+  const Row* row = videoFrameRateRow(rate);
+  return row != nullptr && row->*flag;
+}
+
+// An equivalent from the code's row; outside the table a code is its own progressive,
+// drop-frame, non-drop and viewing equivalent and has no interlaced or PAL one.
+QRLVideoFrameRate equivalentOf(QRLVideoFrameRate rate, uint32_t Row::*column,
+                               QRLVideoFrameRate outside) {
+  const Row* row = videoFrameRateRow(rate);
+  return row != nullptr ? videoCode(row->*column) : outside;
 }
 
 // The codes of the rows that pass, in code order.
@@ -130,20 +145,17 @@ QRLVideoFrameRate QRLTimecodeUtility::videoFrameRateFromFrameRateDescription(
 }
 
 bool QRLTimecodeUtility::videoFrameRateIsNTSC(QRLVideoFrameRate rate) {
-  const auto* row = videoFrameRateRow(rate);
-  return row && row->isNtsc;
+  return flagOf(rate, &Row::isNtsc);
 }
 bool QRLTimecodeUtility::videoFrameRateIsDropFrame(QRLVideoFrameRate rate) {
-  const auto* row = videoFrameRateRow(rate);
-  return row && row->isDropFrame;
+  return flagOf(rate, &Row::isDropFrame);
 }
 bool QRLTimecodeUtility::videoFrameRateIsProgressive(QRLVideoFrameRate rate) {
   const auto* row = videoFrameRateRow(rate);
   return row && !row->isInterlaced;
 }
 bool QRLTimecodeUtility::videoFrameRateIsInterlaced(QRLVideoFrameRate rate) {
-  const auto* row = videoFrameRateRow(rate);
-  return row && row->isInterlaced;
+  return flagOf(rate, &Row::isInterlaced);
 }
 bool QRLTimecodeUtility::frameRateIsDrop(QRLVideoFrameRate rate) {
   return videoFrameRateIsDropFrame(rate);
@@ -177,40 +189,32 @@ std::vector<int32_t> QRLTimecodeUtility::allDefinedMovieRates() {
   return {kMovieRates.begin(), kMovieRates.end()};
 }
 
-// Outside the table a code is its own progressive, drop-frame, non-drop and viewing
-// equivalent, and has no interlaced or PAL one.
 QRLVideoFrameRate QRLTimecodeUtility::progressiveEquivalentForVideoFrameRate(
     QRLVideoFrameRate rate) {
-  const auto* row = videoFrameRateRow(rate);
-  return row ? videoCode(row->progressive) : rate;
+  return equivalentOf(rate, &Row::progressive, rate);
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::interlacedEquivalentForVideoFrameRate(
     QRLVideoFrameRate rate) {
-  const auto* row = videoFrameRateRow(rate);
-  return row ? videoCode(row->interlaced) : QRLVideoFrameRateUndefined;
+  return equivalentOf(rate, &Row::interlaced, QRLVideoFrameRateUndefined);
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::dropFrameEquivalentForVideoFrameRate(QRLVideoFrameRate rate) {
-  const auto* row = videoFrameRateRow(rate);
-  return row ? videoCode(row->dropFrame) : rate;
+  return equivalentOf(rate, &Row::dropFrame, rate);
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::nonDropFrameEquivalentForVideoFrameRate(
     QRLVideoFrameRate rate) {
-  const auto* row = videoFrameRateRow(rate);
-  return row ? videoCode(row->nonDropFrame) : rate;
+  return equivalentOf(rate, &Row::nonDropFrame, rate);
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::palEquivalentForVideoFrameRate(QRLVideoFrameRate rate) {
-  const auto* row = videoFrameRateRow(rate);
-  return row ? videoCode(row->pal) : QRLVideoFrameRateUndefined;
+  return equivalentOf(rate, &Row::pal, QRLVideoFrameRateUndefined);
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::adjustVideoFrameRateToViewingFrameRate(
     QRLVideoFrameRate rate) {
-  const auto* row = videoFrameRateRow(rate);
-  return row ? videoCode(row->viewing) : rate;
+  return equivalentOf(rate, &Row::viewing, rate);
 }
 
 QRLVideoFrameRate QRLTimecodeUtility::videoFrameRateEquivalentForFrameRate(
