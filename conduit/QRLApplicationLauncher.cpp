@@ -10,8 +10,8 @@
 #include <thread>
 
 #include "conduit/QRLDistributedAppController.h"
-#include "platform/process/Exception.h"
-#include "platform/process/FileDescriptor.h"
+#include "platform/base/Exception.h"
+#include "platform/base/FileDescriptor.h"
 #include "platform/process/RuntimeDirectory.h"
 #include "platform/process/Spawn.h"
 #include "platform/process/SystemLog.h"
@@ -85,7 +85,7 @@ std::unique_ptr<ipc::Proxy> QRLApplicationLauncher::launchDistributedApplication
     if (appParentCantBeSelf)
       arguments.emplace_back(QRLDistributedParentMustNotBeSelfArgument);
 
-    process::FileDescriptor watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    FileDescriptor watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     if (watch.valid()) {
       inotify_add_watch(watch.get(), process::runtimeDirectory().c_str(), IN_CREATE | IN_MOVED_TO);
     }

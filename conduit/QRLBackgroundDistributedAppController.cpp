@@ -4,8 +4,8 @@
 
 #include <thread>
 
+#include "platform/base/Exception.h"
 #include "platform/process/Application.h"
-#include "platform/process/Exception.h"
 #include "platform/process/RunningApplications.h"
 #include "platform/process/SystemLog.h"
 

@@ -9,9 +9,9 @@
 #include "conduit/QRLApplicationLauncher.h"
 #include "conduit/QRLRemoteInterface.h"
 #include "fsutil/QRLFileSystemUtility.h"
+#include "platform/base/Exception.h"
 #include "platform/ipc/RunLoop.h"
 #include "platform/process/Application.h"
-#include "platform/process/Exception.h"
 #include "platform/process/RunningApplications.h"
 #include "platform/process/SystemLog.h"
 

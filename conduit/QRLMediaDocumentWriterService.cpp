@@ -1,6 +1,6 @@
 #include "conduit/QRLMediaDocumentWriterService.h"
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "records/QRLRecordClasses.h"
 
 namespace qrl {

@@ -3,9 +3,9 @@
 #include <unistd.h>
 
 #include "conduit/RVM4Application.h"
+#include "platform/base/Exception.h"
 #include "platform/ipc/RunLoop.h"
 #include "platform/process/Application.h"
-#include "platform/process/Exception.h"
 #include "platform/process/SystemLog.h"
 
 namespace qrl {

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "platform/base/Exception.h"
 #include "platform/graphics/PngEncoder.h"
-#include "platform/process/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "platform/quicktime/Movie.h"
 

@@ -1,7 +1,7 @@
 #include "conduit/QRLServiceObject.h"
 
 #include "conduit/QRLRemoteInterface.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl {
 

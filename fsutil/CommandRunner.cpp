@@ -10,15 +10,13 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/process/Exception.h"
-#include "platform/process/FileDescriptor.h"
+#include "platform/base/Exception.h"
+#include "platform/base/FileIO.h"
 
 extern char** environ;
 
 namespace qrl::fsutil {
 namespace {
-
-using process::FileDescriptor;
 
 struct Pipe {
   FileDescriptor readEnd;
@@ -54,7 +52,7 @@ void drain(FileDescriptor& out, FileDescriptor& err, CommandOutput& result) {
   std::array<char, 65536> buffer;
   while (out.valid() || err.valid()) {
     std::array<pollfd, 2> fds{{{out.get(), POLLIN, 0}, {err.get(), POLLIN, 0}}};
-    if (process::retryOnInterrupt([&] { return ::poll(fds.data(), fds.size(), -1); }) < 0) {
+    if (retryOnInterrupt([&] { return ::poll(fds.data(), fds.size(), -1); }) < 0) {
       throw Exception::fromErrno("poll", "command output", errno);
     }
     for (size_t i = 0; i < fds.size(); ++i) {
@@ -63,7 +61,7 @@ void drain(FileDescriptor& out, FileDescriptor& err, CommandOutput& result) {
       FileDescriptor& fd = i == 0 ? out : err;
       std::string& sink = i == 0 ? result.standardOutput : result.standardError;
       const ssize_t n =
-          process::retryOnInterrupt([&] { return ::read(fd.get(), buffer.data(), buffer.size()); });
+          retryOnInterrupt([&] { return ::read(fd.get(), buffer.data(), buffer.size()); });
       if (n < 0)
         throw Exception::fromErrno("read", "command output", errno);
       if (n == 0) {
@@ -82,7 +80,7 @@ void checkSpawnCall(int err, const char* what) {
 
 int waitForExit(pid_t pid) {
   int status = 0;
-  if (process::retryOnInterrupt([&] { return ::waitpid(pid, &status, 0); }) < 0) {
+  if (retryOnInterrupt([&] { return ::waitpid(pid, &status, 0); }) < 0) {
     // With SIGCHLD ignored elsewhere in the process the kernel reaps the
     // child itself; the output is complete, only the status is lost.
     if (errno == ECHILD)

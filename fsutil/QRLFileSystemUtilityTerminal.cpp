@@ -5,7 +5,7 @@
 
 #include "fsutil/CommandRunner.h"
 #include "fsutil/Utf8.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 
 namespace qrl {

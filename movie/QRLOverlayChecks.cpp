@@ -4,8 +4,8 @@
 #include <limits>
 
 #include "movie/QRLQTOverlayWriter.h"
+#include "platform/base/Exception.h"
 #include "platform/graphics/ImageDecoder.h"
-#include "platform/process/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Media.h"

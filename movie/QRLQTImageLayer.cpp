@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "movie/QRLQuickTimeUtility32.h"
+#include "platform/base/Exception.h"
 #include "platform/graphics/StringDrawing.h"
 #include "platform/graphics/TiffEncoder.h"
-#include "platform/process/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
 #include "platform/quicktime/Track.h"

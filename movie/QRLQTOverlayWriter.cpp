@@ -4,8 +4,8 @@
 
 #include "movie/QRLOverlayChecks.h"
 #include "platform/archive/KeyedUnarchiver.h"
+#include "platform/base/Exception.h"
 #include "platform/graphics/ImageDecoder.h"
-#include "platform/process/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "platform/quicktime/Movie.h"
 #include "records/QRLQTTimecodeBurnAttributeWrapper.h"

@@ -6,7 +6,7 @@
 #include "movie/QRLQTOverlayWriter.h"
 #include "movie/QRLQuickTime32.h"
 #include "movie/QRLQuickTimeUtility32.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"

@@ -6,7 +6,7 @@
 #include "movie/QRLTimecodeTrackWriter.h"
 #include "movie/QuickTimeUtilities.h"
 #include "movie/TimecodeTrackDefinitions.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "timecode/QRLTimecodeUtility.h"
 

@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "movie/TimecodeTrackDefinitions.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"

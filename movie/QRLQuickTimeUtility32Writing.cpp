@@ -2,7 +2,7 @@
 #include "movie/QRLQuickTimeUtility32.h"
 
 #include "movie/QRLTimecodeTrackWriter.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "platform/quicktime/DataReference.h"
 #include "platform/quicktime/FourCC.h"

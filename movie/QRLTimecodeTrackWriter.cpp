@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ByteWriter.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Media.h"

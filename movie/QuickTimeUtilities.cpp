@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "movie/MoviePosterFrame.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
 #include "timecode/FrameRateCatalogue.h"

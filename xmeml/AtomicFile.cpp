@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <string>
 
-#include "platform/process/Exception.h"
-#include "platform/process/FileDescriptor.h"
+#include "platform/base/Exception.h"
+#include "platform/base/FileIO.h"
 
 namespace qrl {
 
@@ -32,10 +32,10 @@ void writeFileAtomically(const std::filesystem::path& path, std::string_view byt
   if (path.empty() || !path.has_filename())
     throw Exception::io("cannot write to \"" + path.string() + "\": not a file path");
   std::filesystem::path temporary;
-  process::FileDescriptor fd;
+  FileDescriptor fd;
   for (int attempt = 0; attempt < 100 && !fd.valid(); ++attempt) {
     temporary = temporarySibling(path);
-    fd.reset(process::retryOnInterrupt(
+    fd.reset(retryOnInterrupt(
         [&] { return ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); }));
     if (!fd.valid() && errno != EEXIST)
       throw Exception::fromErrno("create", temporary.string(), errno);
@@ -50,7 +50,7 @@ void writeFileAtomically(const std::filesystem::path& path, std::string_view byt
   };
   size_t done = 0;
   while (done < bytes.size()) {
-    ssize_t n = process::retryOnInterrupt(
+    ssize_t n = retryOnInterrupt(
         [&] { return ::write(fd.get(), bytes.data() + done, bytes.size() - done); });
     if (n < 0)
       fail("write", errno);

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <filesystem>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
 #include "timecode/QRLTimecodeUtility.h"

@@ -1,7 +1,7 @@
 #include "xmeml/QRLMediaDocumentWriter32.h"
 
 #include "platform/archive/KeyedUnarchiver.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "records/QRLRecordClasses.h"
 #include "xmeml/AtomicFile.h"
 #include "xmeml/QRLFCP7XmlExporter32.h"

@@ -1,6 +1,6 @@
 #include "xmeml/QRLXmlUtility.h"
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "xmeml/AtomicFile.h"
 
 namespace qrl {

@@ -5,7 +5,7 @@
 #include "apps/qrl/Command.h"
 #include "apps/qrl/JsonValues.h"
 #include "clients/cpp/QRLConduitClient.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::app {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "apps/qrl/Arguments.h"
 #include "apps/qrl/Command.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/MovieCompactor.h"
 
 namespace qrl::app {

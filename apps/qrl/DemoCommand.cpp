@@ -12,7 +12,7 @@
 #include "apps/qrl/DemoBurn.h"
 #include "clients/cpp/QRLConduitClient.h"
 #include "fsutil/QRLFileSystemUtility.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/Movie.h"
 #include "platform/quicktime/MovieDescriber.h"
 #include "platform/quicktime/TextMovieDescriber.h"

@@ -11,7 +11,7 @@
 #include "apps/qrl/FrameRateNames.h"
 #include "apps/qrl/OverlayOptions.h"
 #include "movie/QRLQTOverlayWriter.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "platform/quicktime/Movie.h"
 #include "timecode/QRLTimecodeUtility.h"

@@ -12,7 +12,7 @@
 #include "apps/qrl/Arguments.h"
 #include "apps/qrl/Command.h"
 #include "apps/qrl/FrameRateNames.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
 #include "platform/quicktime/TimeCodeMediaHandler.h"

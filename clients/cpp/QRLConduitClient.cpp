@@ -8,7 +8,7 @@
 #include "conduit/QRLApplicationLauncher.h"
 #include "conduit/QRLRemoteInterface.h"
 #include "conduit/RVM4Application.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/Spawn.h"
 
 namespace qrl::client {

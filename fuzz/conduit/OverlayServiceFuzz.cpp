@@ -7,8 +7,8 @@
 #include <span>
 
 #include "conduit/QRLQTOverlayWriterService.h"
+#include "platform/base/Exception.h"
 #include "platform/ipc/Message.h"
-#include "platform/process/Exception.h"
 #include "platform/process/SystemLog.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/archive/BinaryPropertyListFormat.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::archive {
 namespace bplist {

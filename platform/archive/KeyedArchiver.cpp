@@ -1,7 +1,7 @@
 #include "platform/archive/KeyedArchiver.h"
 
 #include "platform/archive/PropertyList.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::archive {
 namespace {

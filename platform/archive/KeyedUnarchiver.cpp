@@ -6,7 +6,7 @@
 #include "platform/archive/KeyedArchiver.h"
 #include "platform/archive/PropertyList.h"
 #include "platform/archive/ValueObject.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 
 namespace qrl::archive {

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "platform/archive/BinaryPropertyList.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::archive {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::graphics::detail {
 

@@ -10,9 +10,9 @@
 #include <optional>
 #include <string>
 
+#include "platform/base/Exception.h"
 #include "platform/graphics/CairoCanvas.h"
 #include "platform/graphics/PixelMath.h"
-#include "platform/process/Exception.h"
 
 namespace qrl::graphics {
 

@@ -13,7 +13,7 @@ extern "C" {
 #include <memory>
 #include <string>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::graphics {
 

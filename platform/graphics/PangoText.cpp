@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 // Fontconfig keeps its configuration and font patterns for the life of the
 // process and frees them only in FcFini, which nothing may call while Pango

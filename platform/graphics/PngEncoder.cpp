@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/base/Exception.h"
 #include "platform/graphics/CairoCanvas.h"
-#include "platform/process/Exception.h"
 
 namespace qrl::graphics {
 

@@ -13,8 +13,8 @@
 #include <string>
 #include <tuple>
 
+#include "platform/base/Exception.h"
 #include "platform/graphics/SparseDeflate.h"
-#include "platform/process/Exception.h"
 
 namespace qrl::graphics {
 

@@ -6,7 +6,8 @@
 #include <cerrno>
 
 #include "platform/archive/PropertyList.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
+#include "platform/base/FileIO.h"
 
 namespace qrl::ipc {
 namespace {
@@ -114,20 +115,11 @@ namespace {
 
 // Reads exactly `size` bytes; returns false at end of stream before any byte.
 bool readExact(int fd, uint8_t* buffer, size_t size) {
-  size_t done = 0;
-  while (done < size) {
-    ssize_t n = ::read(fd, buffer + done, size - done);
-    if (n < 0 && errno == EINTR)
-      continue;
-    if (n < 0)
-      throw Exception::fromErrno("read", "connection", errno);
-    if (n == 0) {
-      if (done == 0)
-        return false;
-      throw Exception::parse("connection closed inside a frame");
-    }
-    done += static_cast<size_t>(n);
-  }
+  const size_t done = readFully(fd, std::span(buffer, size), "connection");
+  if (done == 0 && size > 0)
+    return false;
+  if (done < size)
+    throw Exception::parse("connection closed inside a frame");
   return true;
 }
 
@@ -155,15 +147,7 @@ void writeFrame(int fd, std::span<const uint8_t> body) {
   std::vector<uint8_t> frame{static_cast<uint8_t>(size >> 24), static_cast<uint8_t>(size >> 16),
                              static_cast<uint8_t>(size >> 8), static_cast<uint8_t>(size)};
   frame.insert(frame.end(), body.begin(), body.end());
-  size_t done = 0;
-  while (done < frame.size()) {
-    ssize_t n = ::send(fd, frame.data() + done, frame.size() - done, MSG_NOSIGNAL);
-    if (n < 0 && errno == EINTR)
-      continue;
-    if (n < 0)
-      throw Exception::fromErrno("write", "connection", errno);
-    done += static_cast<size_t>(n);
-  }
+  sendFully(fd, frame, "connection");
 }
 
 }  // namespace qrl::ipc

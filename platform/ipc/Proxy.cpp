@@ -7,13 +7,12 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/base/Exception.h"
+#include "platform/base/FileIO.h"
 #include "platform/ipc/Message.h"
 #include "platform/ipc/Server.h"
-#include "platform/process/Exception.h"
 
 namespace qrl::ipc {
-
-using process::FileDescriptor;
 
 std::unique_ptr<Proxy> Proxy::rootProxyForConnectionWithRegisteredName(const std::string& name) {
   std::string path = socketPathForName(name);
@@ -25,7 +24,7 @@ std::unique_ptr<Proxy> Proxy::rootProxyForConnectionWithRegisteredName(const std
   if (path.size() >= sizeof address.sun_path)
     return nullptr;
   std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-  int rc = process::retryOnInterrupt(
+  int rc = retryOnInterrupt(
       [&] { return ::connect(fd.get(), reinterpret_cast<sockaddr*>(&address), sizeof address); });
   if (rc != 0)
     return nullptr;  // nobody serves the name (now)

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "platform/archive/Value.h"
+#include "platform/base/FileDescriptor.h"
 #include "platform/ipc/MethodSignature.h"
-#include "platform/process/FileDescriptor.h"
 
 namespace qrl::ipc {
 
@@ -40,12 +40,11 @@ class Proxy {
   const std::string& name() const { return name_; }
 
  private:
-  Proxy(std::string name, process::FileDescriptor fd)
-      : name_(std::move(name)), fd_(std::move(fd)) {}
+  Proxy(std::string name, FileDescriptor fd) : name_(std::move(name)), fd_(std::move(fd)) {}
   std::vector<uint8_t> roundTrip(const std::vector<uint8_t>& request);
 
   std::string name_;
-  process::FileDescriptor fd_;
+  FileDescriptor fd_;
   std::mutex mutex_;
   std::optional<SignatureTable> protocol_;
 };

@@ -6,7 +6,8 @@
 #include <cerrno>
 #include <vector>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
+#include "platform/base/FileIO.h"
 
 namespace qrl::ipc {
 
@@ -77,10 +78,7 @@ void RunLoop::run() {
       for (const auto& [fd, callback] : readers_)
         fds.push_back({fd, POLLIN, 0});
     }
-    int n = ::poll(fds.data(), fds.size(), -1);
-    if (n < 0) {
-      if (errno == EINTR)
-        continue;
+    if (retryOnInterrupt([&] { return ::poll(fds.data(), fds.size(), -1); }) < 0) {
       running_ = false;
       throw Exception::fromErrno("poll", "run loop", errno);
     }

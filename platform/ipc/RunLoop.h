@@ -6,7 +6,7 @@
 #include <map>
 #include <mutex>
 
-#include "platform/process/FileDescriptor.h"
+#include "platform/base/FileDescriptor.h"
 
 namespace qrl::ipc {
 
@@ -40,7 +40,7 @@ class RunLoop {
   void wake();
   void drainQueue();
 
-  process::FileDescriptor wakeFd_;
+  FileDescriptor wakeFd_;
   std::mutex mutex_;
   std::deque<std::function<void()>> queue_;
   std::map<int, std::function<void()>> readers_;

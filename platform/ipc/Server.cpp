@@ -10,16 +10,14 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/base/Exception.h"
+#include "platform/base/FileIO.h"
 #include "platform/ipc/Message.h"
-#include "platform/process/Exception.h"
 #include "platform/process/RuntimeDirectory.h"
 #include "platform/process/SystemLog.h"
 
 namespace qrl::ipc {
 namespace {
-
-using process::FileDescriptor;
-using process::retryOnInterrupt;
 
 constexpr size_t kMaxNameLength = 64;
 
@@ -60,10 +58,7 @@ std::unique_ptr<Server> Server::registerName(const std::string& name, RootObject
   server->socketPath_ = socketPathForName(name);
   server->lockPath_ = lockPathForName(name);
 
-  server->lock_.reset(retryOnInterrupt(
-      [&] { return ::open(server->lockPath_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600); }));
-  if (!server->lock_.valid())
-    throw Exception::fromErrno("open", server->lockPath_, errno);
+  server->lock_ = openFile(server->lockPath_, O_RDWR | O_CREAT | O_CLOEXEC, 0600);
   if (flock(server->lock_.get(), LOCK_EX | LOCK_NB) != 0) {
     server->lock_.reset();  // not ours: leave the owner's files alone
     throw Exception::io("the name '" + name + "' is already registered");
@@ -105,7 +100,8 @@ Server::~Server() {
 
 void Server::acceptConnection() {
   for (;;) {
-    FileDescriptor fd(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    FileDescriptor fd(retryOnInterrupt(
+        [&] { return ::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC); }));
     if (!fd.valid())
       return;  // EAGAIN: nothing more waiting
     ucred peer{};
@@ -136,8 +132,8 @@ void Server::readFrom(int fd) {
     return;
   Connection& connection = it->second;
   uint8_t buffer[64 * 1024];
-  ssize_t n = ::recv(fd, buffer, sizeof buffer, MSG_DONTWAIT);
-  if (n < 0 && (errno == EINTR || errno == EAGAIN))
+  ssize_t n = retryOnInterrupt([&] { return ::recv(fd, buffer, sizeof buffer, MSG_DONTWAIT); });
+  if (n < 0 && errno == EAGAIN)
     return;
   if (n <= 0) {
     closeConnection(fd);

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/base/FileDescriptor.h"
 #include "platform/ipc/RootObject.h"
 #include "platform/ipc/RunLoop.h"
-#include "platform/process/FileDescriptor.h"
 
 namespace qrl::ipc {
 
@@ -39,7 +39,7 @@ class Server {
 
  private:
   struct Connection {
-    process::FileDescriptor fd;
+    FileDescriptor fd;
     std::vector<uint8_t> inbound;
   };
 
@@ -54,8 +54,8 @@ class Server {
   std::string lockPath_;
   RootObject& root_;
   RunLoop& loop_;
-  process::FileDescriptor lock_;
-  process::FileDescriptor listener_;
+  FileDescriptor lock_;
+  FileDescriptor listener_;
   std::map<int, Connection> connections_;
 };
 

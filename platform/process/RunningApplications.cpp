@@ -9,7 +9,8 @@
 #include <cerrno>
 #include <fstream>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
+#include "platform/base/FileIO.h"
 #include "platform/process/RuntimeDirectory.h"
 
 namespace qrl::process {
@@ -38,7 +39,7 @@ std::vector<std::string> entriesOf(const std::string& directory) {
 // An entry is live while its owner holds the lock; a dead owner's entry is
 // removed on the way.
 bool entryIsLive(const std::string& path) {
-  FileDescriptor fd(retryOnInterrupt([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
+  FileDescriptor fd = tryOpenFile(path, O_RDONLY | O_CLOEXEC);
   if (!fd.valid())
     return false;
   if (flock(fd.get(), LOCK_SH | LOCK_NB) == 0) {
@@ -90,16 +91,11 @@ std::unique_ptr<ApplicationRegistration> registerRunningApplication(
   }
   std::string path =
       registryDirectory() + "/" + bundleIdentifier + kSeparator + std::to_string(getpid());
-  FileDescriptor fd(retryOnInterrupt(
-      [&] { return ::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600); }));
-  if (!fd.valid())
-    throw Exception::fromErrno("open", path, errno);
+  FileDescriptor fd = openFile(path, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   if (flock(fd.get(), LOCK_EX | LOCK_NB) != 0)
     throw Exception::fromErrno("lock", path, errno);
   std::string line = localizedName + "\n";
-  if (::write(fd.get(), line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
-    throw Exception::fromErrno("write", path, errno);
-  }
+  writeFully(fd.get(), std::span(reinterpret_cast<const uint8_t*>(line.data()), line.size()), path);
   return std::make_unique<ApplicationRegistration>(path, std::move(fd));
 }
 

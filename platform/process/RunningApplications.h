@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/process/FileDescriptor.h"
+#include "platform/base/FileDescriptor.h"
 
 namespace qrl::process {
 

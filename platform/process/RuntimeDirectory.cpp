@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::process {
 namespace {

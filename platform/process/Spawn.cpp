@@ -9,7 +9,8 @@
 #include <climits>
 #include <thread>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
+#include "platform/base/FileIO.h"
 
 extern char** environ;
 
@@ -44,8 +45,7 @@ pid_t spawnDetached(const std::string& path, const std::vector<std::string>& arg
 
   std::thread([pid] {
     int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
+    retryOnInterrupt([&] { return ::waitpid(pid, &status, 0); });
   }).detach();
   return pid;
 }

@@ -7,16 +7,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "platform/process/Exception.h"
-
-namespace qrl {
-
-Exception Exception::fromErrno(const std::string& operation, const std::string& object, int err) {
-  return {Kind::IO, operation + " " + object + ": " + std::strerror(err)};
-}
-
-}  // namespace qrl
-
 namespace qrl::process {
 namespace {
 

@@ -3,7 +3,7 @@
 #include <limits>
 #include <string>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/FourCC.h"
 
 namespace qrl::quicktime {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ChunkOffsetAtom.h"
 #include "platform/quicktime/ContainerAtom.h"
 #include "platform/quicktime/DataReferenceAtom.h"

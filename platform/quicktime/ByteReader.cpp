@@ -1,6 +1,6 @@
 #include "platform/quicktime/ByteReader.h"
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::quicktime {
 

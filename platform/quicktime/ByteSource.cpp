@@ -9,18 +9,16 @@
 #include <cstring>
 #include <string>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
+#include "platform/base/FileIO.h"
 
 namespace qrl::quicktime {
 namespace {
 
 class FileSource : public ByteSource {
  public:
-  FileSource(int fd, uint64_t size, std::string path)
-      : fd_(fd), size_(size), path_(std::move(path)) {}
-  ~FileSource() override { ::close(fd_); }
-  FileSource(const FileSource&) = delete;
-  FileSource& operator=(const FileSource&) = delete;
+  FileSource(FileDescriptor fd, uint64_t size, std::string path)
+      : fd_(std::move(fd)), size_(size), path_(std::move(path)) {}
 
   // The file may have grown since it was opened (a movie being edited appends
   // its new samples), so the size is looked up again.
@@ -37,28 +35,18 @@ class FileSource : public ByteSource {
                           " bytes at offset " + std::to_string(offset) + " lie past its end (" +
                           std::to_string(size_) + " bytes)");
     }
-    size_t done = 0;
-    while (done < out.size()) {
-      ssize_t n =
-          ::pread(fd_, out.data() + done, out.size() - done, static_cast<off_t>(offset + done));
-      if (n < 0 && errno == EINTR)
-        continue;
-      if (n < 0)
-        throw Exception::fromErrno("read", path_, errno);
-      if (n == 0)
-        throw Exception::io("read " + path_ + ": file shrank while reading");
-      done += static_cast<size_t>(n);
-    }
+    if (readFullyAt(fd_.get(), out, offset, path_) < out.size())
+      throw Exception::io("read " + path_ + ": file shrank while reading");
   }
 
  private:
   void refreshSize() const {
     struct stat st {};
-    if (::fstat(fd_, &st) == 0)
+    if (::fstat(fd_.get(), &st) == 0)
       size_ = static_cast<uint64_t>(st.st_size);
   }
 
-  int fd_;
+  FileDescriptor fd_;
   mutable uint64_t size_;
   std::string path_;
 };
@@ -85,23 +73,14 @@ class MemorySource : public ByteSource {
 }  // namespace
 
 std::unique_ptr<ByteSource> ByteSource::openFile(const std::filesystem::path& path) {
-  int fd;
-  do {
-    fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  } while (fd < 0 && errno == EINTR);
-  if (fd < 0)
-    throw Exception::fromErrno("open", path.string(), errno);
+  FileDescriptor fd = qrl::openFile(path, O_RDONLY | O_CLOEXEC);
   struct stat st {};
-  if (::fstat(fd, &st) != 0) {
-    int err = errno;
-    ::close(fd);
-    throw Exception::fromErrno("stat", path.string(), err);
-  }
-  if (!S_ISREG(st.st_mode)) {
-    ::close(fd);
+  if (::fstat(fd.get(), &st) != 0)
+    throw Exception::fromErrno("stat", path.string(), errno);
+  if (!S_ISREG(st.st_mode))
     throw Exception::io("open " + path.string() + ": not a regular file");
-  }
-  return std::make_unique<FileSource>(fd, static_cast<uint64_t>(st.st_size), path.string());
+  return std::make_unique<FileSource>(std::move(fd), static_cast<uint64_t>(st.st_size),
+                                      path.string());
 }
 
 std::unique_ptr<ByteSource> ByteSource::fromBytes(std::vector<uint8_t> bytes) {

@@ -3,7 +3,7 @@
 #include <limits>
 #include <string>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::quicktime {
 

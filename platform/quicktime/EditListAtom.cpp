@@ -1,6 +1,6 @@
 #include "platform/quicktime/EditListAtom.h"
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::quicktime {
 

@@ -3,7 +3,7 @@
 #include <array>
 #include <limits>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ByteSource.h"
 #include "platform/quicktime/ChunkOffsetAtom.h"
 #include "platform/quicktime/ContainerAtom.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ChunkOffsetAtom.h"
 #include "platform/quicktime/ContainerAtom.h"
 #include "platform/quicktime/DataReferenceAtom.h"

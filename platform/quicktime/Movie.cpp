@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/AtomFactory.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/MovieHeaderAtom.h"

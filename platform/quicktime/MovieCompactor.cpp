@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ByteWriter.h"
 #include "platform/quicktime/ChunkOffsetAtom.h"
 #include "platform/quicktime/ContainerAtom.h"

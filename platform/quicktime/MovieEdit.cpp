@@ -5,7 +5,7 @@
 #include <fstream>
 #include <limits>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ChunkOffsetAtom.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/HandlerAtom.h"

@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
+#include "platform/base/FileIO.h"
 #include "platform/quicktime/ByteWriter.h"
 #include "platform/quicktime/FourCC.h"
 
@@ -30,22 +31,11 @@ std::vector<uint8_t> word(uint32_t v) {
 MovieFileWriter::MovieFileWriter(const std::filesystem::path& path,
                                  std::optional<uint64_t> openEndedAtom)
     : path_(path), openEndedAtom_(openEndedAtom) {
-  do {
-    fd_ = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-  } while (fd_ < 0 && errno == EINTR);
-  if (fd_ < 0)
-    throw Exception::fromErrno("open for writing", path.string(), errno);
+  fd_ = openFile(path, O_RDWR | O_CLOEXEC, 0, "open for writing");
   struct stat st {};
-  if (::fstat(fd_, &st) != 0) {
-    int err = errno;
-    ::close(fd_);
-    throw Exception::fromErrno("stat", path.string(), err);
-  }
+  if (::fstat(fd_.get(), &st) != 0)
+    throw Exception::fromErrno("stat", path.string(), errno);
   end_ = static_cast<uint64_t>(st.st_size);
-}
-
-MovieFileWriter::~MovieFileWriter() {
-  ::close(fd_);
 }
 
 void MovieFileWriter::setFaultHook(FaultHook hook, size_t pieceSize) {
@@ -58,13 +48,9 @@ void MovieFileWriter::writeAt(uint64_t offset, std::span<const uint8_t> bytes) {
     size_t piece = std::min(bytes.size(), pieceSize_);
     if (hook_)
       hook_(Operation::Write, offset, piece);
-    ssize_t n = ::pwrite(fd_, bytes.data(), piece, static_cast<off_t>(offset));
-    if (n < 0 && errno == EINTR)
-      continue;
-    if (n < 0)
-      throw Exception::fromErrno("write", path_.string(), errno);
-    offset += static_cast<uint64_t>(n);
-    bytes = bytes.subspan(static_cast<size_t>(n));
+    writeFullyAt(fd_.get(), bytes.first(piece), offset, path_.string());
+    offset += piece;
+    bytes = bytes.subspan(piece);
     end_ = std::max(end_, offset);
   }
 }
@@ -73,7 +59,7 @@ void MovieFileWriter::sync() {
   if (hook_)
     hook_(Operation::Sync, end_, 0);
   // Data and the size that reaches it; the modification time can wait.
-  if (::fdatasync(fd_) != 0)
+  if (::fdatasync(fd_.get()) != 0)
     throw Exception::fromErrno("sync", path_.string(), errno);
 }
 
@@ -175,11 +161,11 @@ uint64_t MovieFileWriter::commit(std::span<const uint8_t> movieAtom,
     // the only movie atom left.
     if (flipped) {
       std::vector<uint8_t> type = word(fourCC("moov"));
-      [[maybe_unused]] ssize_t n =
-          ::pwrite(fd_, type.data(), type.size(), static_cast<off_t>(*oldMovieAtom + 4));
+      [[maybe_unused]] ssize_t n = retryOnInterrupt([&] {
+        return ::pwrite(fd_.get(), type.data(), type.size(), static_cast<off_t>(*oldMovieAtom + 4));
+      });
     }
-    while (::ftruncate(fd_, static_cast<off_t>(at)) != 0 && errno == EINTR) {
-    }
+    retryOnInterrupt([&] { return ::ftruncate(fd_.get(), static_cast<off_t>(at)); });
     end_ = at;
     throw;
   }

@@ -6,6 +6,8 @@
 #include <optional>
 #include <span>
 
+#include "platform/base/FileDescriptor.h"
+
 namespace qrl::quicktime {
 
 // The writable file behind an editable movie. New sample data goes to the end
@@ -27,9 +29,6 @@ class MovieFileWriter {
   // is appended behind it. Throws an IO Exception when the file cannot be
   // opened for writing.
   MovieFileWriter(const std::filesystem::path& path, std::optional<uint64_t> openEndedAtom);
-  ~MovieFileWriter();
-  MovieFileWriter(const MovieFileWriter&) = delete;
-  MovieFileWriter& operator=(const MovieFileWriter&) = delete;
 
   // Appends sample bytes; returns their file offset.
   uint64_t appendMediaData(std::span<const uint8_t> bytes);
@@ -55,7 +54,7 @@ class MovieFileWriter {
   void sync();
 
   std::filesystem::path path_;
-  int fd_ = -1;
+  FileDescriptor fd_;
   uint64_t end_ = 0;
   std::optional<uint64_t> openEndedAtom_;
   std::optional<Staging> staging_;

@@ -4,7 +4,7 @@
 #include <limits>
 #include <string>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ChunkOffsetAtom.h"
 #include "platform/quicktime/SampleSizeAtom.h"
 #include "platform/quicktime/SampleToChunkAtom.h"

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ByteReader.h"
 #include "platform/quicktime/ByteSource.h"
 #include "platform/quicktime/ChunkOffsetAtom.h"

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ContainerAtom.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"

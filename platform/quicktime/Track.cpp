@@ -3,7 +3,7 @@
 #include <limits>
 #include <numeric>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ContainerAtom.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"

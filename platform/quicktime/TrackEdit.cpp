@@ -4,7 +4,7 @@
 #include <limits>
 #include <map>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ByteWriter.h"
 #include "platform/quicktime/ContainerAtom.h"
 #include "platform/quicktime/DataReference.h"

@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "clients/cpp/QRLConduitClient.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::client {
 namespace {

@@ -16,9 +16,9 @@
 #include "conduit/QRLApplicationLauncher.h"
 #include "conduit/QRLDistributedAppController.h"
 #include "platform/archive/PropertyList.h"
+#include "platform/base/Exception.h"
 #include "platform/ipc/Message.h"
 #include "platform/ipc/Server.h"
-#include "platform/process/Exception.h"
 #include "platform/process/RunningApplications.h"
 #include "platform/process/Spawn.h"
 

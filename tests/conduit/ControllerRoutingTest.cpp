@@ -5,8 +5,8 @@
 
 #include "conduit/QRLQTConduitAppController.h"
 #include "conduit/QRLRemoteInterface.h"
+#include "platform/base/Exception.h"
 #include "platform/ipc/RunLoop.h"
-#include "platform/process/Exception.h"
 
 namespace qrl {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "clients/cpp/QRLConduitClient.h"
 #include "platform/archive/KeyedArchiver.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "records/QRLQTTimecodeBurnAttributeWrapper.h"
 #include "tests/movie/OverlayTestSupport.h"
 

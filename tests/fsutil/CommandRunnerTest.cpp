@@ -11,7 +11,7 @@
 #include <sstream>
 #include <string>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::fsutil {
 namespace {

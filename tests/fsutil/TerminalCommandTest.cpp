@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "fsutil/QRLFileSystemUtility.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "tests/fsutil/TempDirectory.h"
 

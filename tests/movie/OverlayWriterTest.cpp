@@ -5,7 +5,7 @@
 
 #include "movie/QRLQTImageLayer.h"
 #include "movie/QRLQTOverlayWriter.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"

@@ -5,8 +5,8 @@
 #include <filesystem>
 
 #include "clients/cpp/QRLConduitClient.h"
+#include "platform/base/Exception.h"
 #include "platform/graphics/ImageDecoder.h"
-#include "platform/process/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
 #include "tests/platform/quicktime/Fixtures.h"

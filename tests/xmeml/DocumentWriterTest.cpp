@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/archive/KeyedArchiver.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 #include "tests/xmeml/ClipFixtures.h"
 #include "timecode/QRLVideoFrameRate.h"

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "platform/archive/PropertyList.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using qrl::archive::PropertyList;

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/base/Exception.h"
 #include "platform/ipc/Message.h"
-#include "platform/process/Exception.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::span<const uint8_t> body(data, size);

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ByteWriter.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"

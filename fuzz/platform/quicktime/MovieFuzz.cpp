@@ -5,7 +5,7 @@
 #include <sstream>
 #include <vector>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/JsonMovieDescriber.h"
 #include "platform/quicktime/Movie.h"

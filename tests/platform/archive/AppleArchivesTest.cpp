@@ -14,7 +14,7 @@
 #include "platform/archive/DictionaryObject.h"
 #include "platform/archive/KeyedUnarchiver.h"
 #include "platform/archive/ValueObject.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 
 namespace qrl::archive {

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "platform/archive/PropertyList.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::archive {
 namespace {

@@ -13,7 +13,7 @@
 #include "platform/archive/PointValue.h"
 #include "platform/archive/PropertyList.h"
 #include "platform/archive/ValueObject.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/SystemLog.h"
 
 namespace qrl::archive {

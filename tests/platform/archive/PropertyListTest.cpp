@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 
 namespace qrl::archive {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/base/Exception.h"
 #include "platform/graphics/PngEncoder.h"
-#include "platform/process/Exception.h"
 #include "tests/platform/graphics/GraphicsTestSupport.h"
 
 namespace qrl::graphics {

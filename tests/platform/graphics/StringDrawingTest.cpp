@@ -5,7 +5,7 @@
 #include <cmath>
 #include <string>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "tests/platform/graphics/GraphicsTestSupport.h"
 
 namespace qrl::graphics {

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/base/Exception.h"
 #include "platform/graphics/ImageDecoder.h"
 #include "platform/graphics/StringDrawing.h"
-#include "platform/process/Exception.h"
 #include "tests/platform/graphics/GraphicsTestSupport.h"
 
 namespace qrl::graphics {

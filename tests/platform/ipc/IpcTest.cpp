@@ -12,11 +12,11 @@
 #include <thread>
 
 #include "platform/archive/PropertyList.h"
+#include "platform/base/Exception.h"
 #include "platform/ipc/Message.h"
 #include "platform/ipc/Proxy.h"
 #include "platform/ipc/RunLoop.h"
 #include "platform/ipc/Server.h"
-#include "platform/process/Exception.h"
 #include "platform/process/SystemLog.h"
 
 namespace qrl::ipc {

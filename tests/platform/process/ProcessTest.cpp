@@ -9,8 +9,8 @@
 #include <fstream>
 #include <thread>
 
+#include "platform/base/Exception.h"
 #include "platform/process/Application.h"
-#include "platform/process/Exception.h"
 #include "platform/process/RunningApplications.h"
 #include "platform/process/RuntimeDirectory.h"
 #include "platform/process/Spawn.h"

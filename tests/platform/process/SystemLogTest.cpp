@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-
-#include "platform/process/Exception.h"
-
 namespace qrl::process {
 namespace {
 
@@ -26,12 +22,6 @@ TEST(SystemLog, CapturingLogSeesMessagesInOrderAndRestoresPreviousSink) {
   SystemLog::write("after");
   EXPECT_EQ(outer, std::vector<std::string>{"after"});
   SystemLog::setSink(std::move(before));
-}
-
-TEST(Exception, FromErrnoNamesOperationObjectAndReason) {
-  auto e = Exception::fromErrno("open", "/no/such/file", ENOENT);
-  EXPECT_EQ(e.kind(), Exception::Kind::IO);
-  EXPECT_STREQ(e.what(), "open /no/such/file: No such file or directory");
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/Movie.h"
 #include "tests/platform/quicktime/Fixtures.h"
 

@@ -2,7 +2,7 @@
 // read back from the saved file, and edits split and shift as inserted.
 #include <gtest/gtest.h>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
 #include "platform/quicktime/Track.h"

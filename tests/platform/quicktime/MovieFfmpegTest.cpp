@@ -3,7 +3,7 @@
 #include <memory>
 #include <sstream>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/Movie.h"
 #include "platform/quicktime/TimeCodeMediaHandler.h"

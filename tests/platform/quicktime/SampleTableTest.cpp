@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/Movie.h"
 #include "tests/platform/quicktime/SyntheticMovie.h"
 

@@ -5,7 +5,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/ChunkOffsetAtom.h"
 #include "platform/quicktime/ContainerAtom.h"
 #include "platform/quicktime/Movie.h"

@@ -2,12 +2,11 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <utility>
 
-namespace qrl::process {
+namespace qrl {
 
-// Owns one file descriptor and closes it when destroyed.
+// Owns one file descriptor and closes it when destroyed; -1 is "none".
 class FileDescriptor {
  public:
   FileDescriptor() = default;
@@ -26,7 +25,9 @@ class FileDescriptor {
 
   int get() const { return fd_; }
   bool valid() const { return fd_ >= 0; }
+  // Gives up ownership without closing.
   int release() { return std::exchange(fd_, -1); }
+  // Closes the descriptor held (its close error is lost) and takes `fd`.
   void reset(int fd = -1) {
     if (fd_ >= 0)
       ::close(fd_);
@@ -37,14 +38,4 @@ class FileDescriptor {
   int fd_ = -1;
 };
 
-// Repeats a system call while it fails with EINTR.
-template <typename Call>
-auto retryOnInterrupt(Call call) {
-  for (;;) {
-    auto result = call();
-    if (!(result < 0 && errno == EINTR))
-      return result;
-  }
-}
-
-}  // namespace qrl::process
+}  // namespace qrl
