@@ -1,9 +1,9 @@
 #include "xmeml/QRLMediaDocumentWriter32.h"
 
 #include "platform/archive/KeyedUnarchiver.h"
+#include "platform/base/AtomicFile.h"
 #include "platform/base/Exception.h"
 #include "records/QRLRecordClasses.h"
-#include "xmeml/AtomicFile.h"
 #include "xmeml/QRLFCP7XmlExporter32.h"
 #include "xmeml/QRLXmlUtility.h"
 #include "xmeml/XmlDocument.h"

@@ -1,7 +1,7 @@
 #include "xmeml/QRLXmlUtility.h"
 
+#include "platform/base/AtomicFile.h"
 #include "platform/base/Exception.h"
-#include "xmeml/AtomicFile.h"
 
 namespace qrl {
 

@@ -1,14 +1,11 @@
 #include "platform/quicktime/MovieCompactor.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <limits>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "platform/base/AtomicFile.h"
 #include "platform/base/Exception.h"
 #include "platform/quicktime/ByteWriter.h"
 #include "platform/quicktime/ChunkOffsetAtom.h"
@@ -18,61 +15,6 @@
 
 namespace qrl::quicktime {
 namespace {
-
-// A temporary file beside the movie, removed unless it is renamed into place.
-class TemporaryFile {
- public:
-  explicit TemporaryFile(const std::filesystem::path& beside) {
-    std::string pattern =
-        (beside.parent_path() / ("." + beside.filename().string() + ".compact-XXXXXX")).string();
-    fd_ = ::mkstemp(pattern.data());
-    if (fd_ < 0)
-      throw Exception::fromErrno("create", pattern, errno);
-    path_ = pattern;
-  }
-  ~TemporaryFile() {
-    if (fd_ >= 0)
-      ::close(fd_);
-    if (!kept_)
-      ::unlink(path_.c_str());
-  }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-  uint64_t size() const { return size_; }
-  void append(std::span<const uint8_t> bytes) { writeAt(size_, bytes); }
-  void writeAt(uint64_t offset, std::span<const uint8_t> bytes) {
-    while (!bytes.empty()) {
-      ssize_t n = ::pwrite(fd_, bytes.data(), bytes.size(), static_cast<off_t>(offset));
-      if (n < 0 && errno == EINTR)
-        continue;
-      if (n < 0)
-        throw Exception::fromErrno("write", path_.string(), errno);
-      offset += static_cast<uint64_t>(n);
-      bytes = bytes.subspan(static_cast<size_t>(n));
-      size_ = std::max(size_, offset);
-    }
-  }
-  void replace(const std::filesystem::path& target) {
-    if (::fsync(fd_) != 0)
-      throw Exception::fromErrno("sync", path_.string(), errno);
-    if (::rename(path_.c_str(), target.c_str()) != 0)
-      throw Exception::fromErrno("rename", path_.string(), errno);
-    kept_ = true;
-    int dir = ::open(target.parent_path().empty() ? "." : target.parent_path().c_str(),
-                     O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dir >= 0) {
-      ::fsync(dir);
-      ::close(dir);
-    }
-  }
-
- private:
-  std::filesystem::path path_;
-  int fd_ = -1;
-  uint64_t size_ = 0;
-  bool kept_ = false;
-};
 
 bool inOwnFile(const Media& media, uint32_t descriptionNumber) {
   const auto& descriptions = media.sampleDescriptions();
@@ -101,7 +43,7 @@ MovieCompactor::Result MovieCompactor::compact(const std::filesystem::path& path
     throw Exception::unsupported(path.string() + ": a sound file is not a movie file");
   Result result;
   result.sizeBefore = movie->data().size();
-  TemporaryFile out(path);
+  AtomicFile out(path);
   const ByteSource& source = movie->data();
 
   // File type first, then whatever else the file holds that is not media,
@@ -184,7 +126,7 @@ MovieCompactor::Result MovieCompactor::compact(const std::filesystem::path& path
   movie->movieAtom().write(writer);
   out.append(moov);
   result.sizeAfter = out.size();
-  out.replace(path);
+  out.commit();
   return result;
 }
 
