@@ -121,7 +121,7 @@ std::vector<uint8_t> timecodeDescription(const quicktime::TimeCodeDef& d, uint16
 void fillTimecodeTrack(quicktime::Track& track, quicktime::Media& media,
                        quicktime::TimeCodeMediaHandler& handler,
                        const quicktime::TimeCodeDef& definition,
-                       const quicktime::TimeCodeRecord& record, const quicktime::Time& duration,
+                       const quicktime::TimeCodeRecord& record, const Duration& duration,
                        bool showTimecode) {
   if (showTimecode)
     handler.setTimeCodeFlags(quicktime::TimeCodeMediaHandler::kShowTimeCode,

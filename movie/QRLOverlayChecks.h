@@ -9,6 +9,7 @@
 
 #include "platform/archive/Color.h"
 #include "platform/archive/Object.h"
+#include "platform/base/Time.h"
 #include "platform/graphics/Color.h"
 #include "platform/graphics/Image.h"
 #include "platform/graphics/Point.h"
@@ -19,7 +20,6 @@ class Movie;
 class Media;
 class Track;
 class TimeCodeMediaHandler;
-struct Time;
 }  // namespace qrl::quicktime
 
 // Input checks and conversions shared by the overlay writer's files. Each
@@ -55,7 +55,7 @@ std::vector<uint8_t> timecodeDescription(const quicktime::TimeCodeDef& definitio
 void fillTimecodeTrack(quicktime::Track& track, quicktime::Media& media,
                        quicktime::TimeCodeMediaHandler& handler,
                        const quicktime::TimeCodeDef& definition,
-                       const quicktime::TimeCodeRecord& record, const quicktime::Time& duration,
+                       const quicktime::TimeCodeRecord& record, const Duration& duration,
                        bool showTimecode);
 
 }  // namespace qrl::overlay

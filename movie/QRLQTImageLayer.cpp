@@ -16,7 +16,6 @@
 namespace qrl {
 
 using quicktime::Movie;
-using quicktime::Time;
 using quicktime::Track;
 
 namespace {
@@ -42,8 +41,8 @@ int pixels(float value) {
   return truncated(value);
 }
 
-Time durationOf(const Movie* movie) {
-  return movie == nullptr ? Time::zero() : movie->duration();
+Duration durationOf(const Movie* movie) {
+  return movie == nullptr ? Duration::zero() : movie->duration();
 }
 
 graphics::StringAttributes attributesFor(int32_t fontSize, const graphics::Color& color,
@@ -71,7 +70,7 @@ void QRLQTImageLayer::addQuorlanSuffixToTrack(Track* track) {
   }
 }
 
-void QRLQTImageLayer::addImage(Track& track, const graphics::Image& image, Time forDuration) {
+void QRLQTImageLayer::addImage(Track& track, const graphics::Image& image, Duration forDuration) {
   const QRLImageAddingAttributes attributes = textBasedImageDictionary();
   uint32_t codec = 0;
   for (size_t i = 0; i < 4; ++i) {
@@ -108,7 +107,7 @@ Track* QRLQTImageLayer::addBlankTrackIntoMovie(Movie* movie, graphics::Size laye
 }
 
 Track* QRLQTImageLayer::addOverlay(const graphics::Image* image, Movie* intoMovie,
-                                   Time overDuration, graphics::Size withSize,
+                                   Duration overDuration, graphics::Size withSize,
                                    graphics::Point andLocation) {
   Track* track = addBlankTrackIntoMovie(intoMovie, withSize, andLocation);
   if (track != nullptr && image != nullptr)
@@ -151,11 +150,12 @@ Track* QRLQTImageLayer::burnTimecodeImagesintoMovie(
   graphics::Image canvas(pixels(trackSize.width), pixels(trackSize.height));
   const graphics::StringAttributes attributes =
       attributesFor(tcFontSize, timecodeColor, andBackgroundColor);
-  const Time duration = movie->duration();
+  const Duration duration = movie->duration();
+  const Time end = Time::zeroPlus(duration);
   movie->gotoBeginning();
   Time loop = movie->currentTime();
   // Inequality, not earlier-than: stepping always lands on the end exactly.
-  while (loop != duration) {
+  while (loop != end) {
     const Time t0 = movie->currentTime();
     std::optional<std::string> timecode = QRLQuickTimeUtility32::QTTC_FindCurrentTimeCode(movie);
     movie->stepForward();
@@ -164,7 +164,7 @@ Track* QRLQTImageLayer::burnTimecodeImagesintoMovie(
     // them in the movie's, so both are truncated to it and the spans add up
     // to the movie's duration exactly.
     const int32_t scale = movie->timeScale();
-    const Time span{t1.rescaledTo(scale).value - t0.rescaledTo(scale).value, scale, t0.flags};
+    const Duration span = t1.rescaledTo(scale) - t0.rescaledTo(scale);
     if (timecode && span.value > 0) {
       canvas.clear();
       graphics::StringDrawing::drawAtPoint(*timecode, canvas, origin, attributes);
@@ -172,7 +172,7 @@ Track* QRLQTImageLayer::burnTimecodeImagesintoMovie(
     }
     loop = t1;
     if (progress)
-      progress(loop, duration);
+      progress(loop.sinceZero(), duration);
   }
   return burn;
 }

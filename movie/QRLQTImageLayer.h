@@ -7,11 +7,11 @@
 #include <string>
 #include <string_view>
 
+#include "platform/base/Time.h"
 #include "platform/graphics/Color.h"
 #include "platform/graphics/Image.h"
 #include "platform/graphics/Point.h"
 #include "platform/graphics/Size.h"
-#include "platform/quicktime/Time.h"
 
 namespace qrl {
 
@@ -38,8 +38,9 @@ struct QRLImageAddingAttributes {
 // to the movie and stay valid until removed. A null movie gives null tracks.
 class QRLQTImageLayer {
  public:
-  // Told after each burnt frame: how far the loop is and where it ends.
-  using BurnProgress = std::function<void(quicktime::Time done, quicktime::Time total)>;
+  // Told after each burnt frame: how far the loop is from the movie's start,
+  // and the movie's duration.
+  using BurnProgress = std::function<void(Duration done, Duration total)>;
 
   static std::unique_ptr<QRLQTImageLayer> layer() { return std::make_unique<QRLQTImageLayer>(); }
   static QRLImageAddingAttributes textBasedImageDictionary() { return {}; }
@@ -54,7 +55,7 @@ class QRLQTImageLayer {
                                            graphics::Point andOrigin);
   // The same holding `image` (when given) once for the whole duration.
   quicktime::Track* addOverlay(const graphics::Image* image, quicktime::Movie* intoMovie,
-                               quicktime::Time overDuration, graphics::Size withSize,
+                               Duration overDuration, graphics::Size withSize,
                                graphics::Point andLocation);
   // An overlay as large as the movie holding one transparent image for its length.
   quicktime::Track* addTransparentOverlayTrackIntoMovie(quicktime::Movie* movie);
@@ -84,8 +85,7 @@ class QRLQTImageLayer {
                                   int32_t fontSize, const graphics::Color& andColor);
 
   // Encodes and appends one image to an overlay track as the attributes say.
-  static void addImage(quicktime::Track& track, const graphics::Image& image,
-                       quicktime::Time forDuration);
+  static void addImage(quicktime::Track& track, const graphics::Image& image, Duration forDuration);
 };
 
 }  // namespace qrl

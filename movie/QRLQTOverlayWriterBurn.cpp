@@ -50,13 +50,13 @@ void QRLQTOverlayWriter::insertTimeCodeTrackIntoMovie(Movie* movie,
     // a movie scale of 1000 cannot place 29.97 frames exactly, and the
     // timecode read at a frame's start would lag a frame behind.
     auto video = movie->tracksOfMediaType(quicktime::kMediaTypeVideo);
-    const quicktime::Time duration =
+    const Duration duration =
         video.empty() ? movie->duration()
                       : movie->duration().rescaledTo(video.front()->media().timeScale());
     const int32_t timeScale = duration.scale;
     // Walked once to the end, as the desktop code did before adding the track.
     movie->gotoBeginning();
-    while (movie->currentTime() != movie->duration())
+    while (movie->currentTime() != Time::zeroPlus(movie->duration()))
       movie->stepForward();
     movie->gotoBeginning();
 

@@ -47,11 +47,11 @@ void insertIntoOpenFile(Movie& movie, QRLVideoFrameRate videoFrameRate,
   const quicktime::Size natural = movie.naturalSize();
   auto video = movie.tracksOfMediaType(quicktime::kMediaTypeVideo);
   // The picture's own time scale, as for the track without a box.
-  const quicktime::Time duration =
-      video.empty() ? movie.duration()
-                    : movie.duration().rescaledTo(video.front()->media().timeScale());
+  const Duration duration = video.empty()
+                                ? movie.duration()
+                                : movie.duration().rescaledTo(video.front()->media().timeScale());
   movie.gotoBeginning();
-  while (movie.currentTime() != movie.duration())
+  while (movie.currentTime() != Time::zeroPlus(movie.duration()))
     movie.stepForward();
   movie.gotoBeginning();
 

@@ -107,9 +107,9 @@ std::vector<std::string> QRLQuickTimeUtility32::timecodeSeriesForMovie(quicktime
   if (movie == nullptr || movie->tracksOfMediaType(quicktime::kMediaTypeTimeCode).empty())
     return series;
   movie->gotoBeginning();
-  const quicktime::Time duration = movie->duration();
+  const Time end = Time::zeroPlus(movie->duration());
   // The handler is looked up again at every step, as each step reads afresh.
-  while (movie->currentTime() != duration) {
+  while (movie->currentTime() != end) {
     std::string timecode =
         QTTC_FindCurrentTimeCode(movie).value_or(QRLTimecodeUtility::defaultTimecode());
     process::SystemLog::write(timecode);

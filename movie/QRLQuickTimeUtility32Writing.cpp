@@ -78,7 +78,7 @@ void QRLQuickTimeUtility32::insertTimecodeSegmentsIntoMovie(
   try {
     const quicktime::Size natural = movie->naturalSize();
     const int32_t mediaTimeScale = movie->duration().scale;
-    quicktime::Time runningStart = quicktime::Time::indefinite();
+    Time runningStart = Time::indefinite();
     for (const QTTimecodeDescription& segment : timecodes) {
       Writer::NewTrack made = Writer::newTimecodeTrack(*movie, natural.width, natural.height,
                                                        mediaTimeScale, fontSize, nullptr);
@@ -86,10 +86,10 @@ void QRLQuickTimeUtility32::insertTimecodeSegmentsIntoMovie(
       made.definition = timeCodeDefinitionFromRate(
           static_cast<QRLMovieRateDefinition>(static_cast<uint32_t>(segment.frameRate())));
       convertStringToTimeCodeRecord(segment.startTimecode().c_str(), &made.record);
-      const quicktime::Time length = segment.timecodeDuration();
+      const Duration length = segment.timecodeDuration();
       const int64_t start = runningStart.isIndefinite() ? 0 : runningStart.value;
       // Added as they are: every segment is expected in the movie's time scale.
-      runningStart = quicktime::Time::make(start + length.value, length.scale);
+      runningStart = Time::make(start + length.value, length.scale);
       Writer::addTimecodeSample(*movie, made, start, length.value);
     }
   } catch (const Exception&) {
@@ -116,10 +116,9 @@ int16_t QRLQuickTimeUtility32::QTUCopySoundTracks(const Movie* source, Movie* de
         reference = quicktime::DataReference::aliasTo(source->path(), destinationMovie->path());
       destinationMovie->newTrackMedia(copy, quicktime::kMediaTypeSound, track.media().timeScale(),
                                       reference);
-      const quicktime::Time length = track.duration();
-      copy.insertSegment(track,
-                         quicktime::TimeRange::make(quicktime::Time::make(0, length.scale), length),
-                         quicktime::Time::make(0, destinationMovie->timeScale()));
+      const Duration length = track.duration();
+      copy.insertSegment(track, TimeRange::make(Time::make(0, length.scale), length),
+                         Time::make(0, destinationMovie->timeScale()));
     } catch (const Exception& e) {
       return errorCodeOf(e);
     }

@@ -68,8 +68,8 @@ std::array<uint8_t, 4> QRLTimecodeTrackWriter::frameNumberSample(const TimeCodeD
 
 void QRLTimecodeTrackWriter::walkMovie(Movie& movie) {
   movie.gotoBeginning();
-  const quicktime::Time duration = movie.duration();
-  while (movie.currentTime() != duration)
+  const Time end = Time::zeroPlus(movie.duration());
+  while (movie.currentTime() != end)
     movie.stepForward();
   movie.gotoBeginning();
 }
@@ -124,7 +124,7 @@ void QRLTimecodeTrackWriter::addTimecodeSample(Movie& movie, const NewTrack& mad
 void QRLTimecodeTrackWriter::addTrackForWholeMovie(Movie& movie, bool includeTimeCode,
                                                    int32_t fontSize, const Describe& describe) {
   const quicktime::Size natural = movie.naturalSize();
-  const quicktime::Time duration = movie.duration();
+  const Duration duration = movie.duration();
   walkMovie(movie);
   NewTrack made =
       newTimecodeTrack(movie, natural.width, natural.height, duration.scale, fontSize, describe);

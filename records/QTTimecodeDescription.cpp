@@ -6,8 +6,9 @@ namespace qrl {
 
 QTTimecodeDescription::QTTimecodeDescription() : startTimecode_(kDefaultTimecode) {}
 
-QTTimecodeDescription QTTimecodeDescription::timecodeDescriptionForTimecode(
-    std::string timecode, int32_t withFrameRate, quicktime::Time andDuration) {
+QTTimecodeDescription QTTimecodeDescription::timecodeDescriptionForTimecode(std::string timecode,
+                                                                            int32_t withFrameRate,
+                                                                            Duration andDuration) {
   QTTimecodeDescription d;
   d.startTimecode_ = std::move(timecode);
   d.frameRate_ = withFrameRate;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/quicktime/Time.h"
+#include "platform/base/Time.h"
 
 namespace qrl {
 
@@ -18,19 +18,19 @@ class QTTimecodeDescription {
 
   static QTTimecodeDescription timecodeDescriptionForTimecode(std::string timecode,
                                                               int32_t withFrameRate,
-                                                              quicktime::Time andDuration);
+                                                              Duration andDuration);
 
   const std::string& startTimecode() const { return startTimecode_; }
   void setStartTimecode(std::string startTimecode) { startTimecode_ = std::move(startTimecode); }
   int32_t frameRate() const { return frameRate_; }
   void setFrameRate(int32_t frameRate) { frameRate_ = frameRate; }
-  quicktime::Time timecodeDuration() const { return timecodeDuration_; }
-  void setTimecodeDuration(quicktime::Time duration) { timecodeDuration_ = duration; }
+  Duration timecodeDuration() const { return timecodeDuration_; }
+  void setTimecodeDuration(Duration duration) { timecodeDuration_ = duration; }
 
  private:
   std::string startTimecode_;
   int32_t frameRate_ = kInitialFrameRate;
-  quicktime::Time timecodeDuration_{0, 0, 0};  // all zero, time scale included
+  Duration timecodeDuration_{0, 0, 0};  // all zero, time scale included
 };
 
 }  // namespace qrl

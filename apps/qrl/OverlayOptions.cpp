@@ -89,7 +89,7 @@ ProgressReporter::ProgressReporter(std::ostream& err, std::string label)
     : err_(err), label_(std::move(label)), terminal_(isatty(STDERR_FILENO) == 1) {}
 
 QRLQTOverlayWriter::Progress ProgressReporter::callback() {
-  return [this](quicktime::Time done, quicktime::Time total) {
+  return [this](Duration done, Duration total) {
     const double whole = total.seconds();
     report(whole > 0 ? std::clamp(done.seconds() / whole, 0.0, 1.0) : 1.0);
   };

@@ -90,7 +90,7 @@ QRLTimecodeDetailsWrapper recordFor(const ClipRequest& request, bool ignoreTimec
   std::optional<std::string> timecode = request.timecode;
   std::optional<QRLVideoFrameRate> rate = request.rate;
   if (auto handler = quicktime::TimeCodeMediaHandler::forMovie(*movie)) {
-    auto current = handler->currentTimeCode(quicktime::Time::make(0, movie->timeScale()));
+    auto current = handler->currentTimeCode(Time::make(0, movie->timeScale()));
     if (current && !timecode && !ignoreTimecode)
       timecode = quicktime::TimeCodeMediaHandler::toString(current->definition, current->record);
     if (current && !rate && current->definition.frameDuration > 0) {

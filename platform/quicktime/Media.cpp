@@ -101,9 +101,9 @@ std::string Media::handlerName() const {
   return hdlr_->name();
 }
 
-Time Media::duration() const {
+Duration Media::duration() const {
   auto d = mdhd_->fields().duration;
-  return Time::make(
+  return Duration::make(
       static_cast<int64_t>(std::min<uint64_t>(d, std::numeric_limits<int64_t>::max())), timeScale_);
 }
 

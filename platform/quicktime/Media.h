@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "platform/base/Time.h"
 #include "platform/quicktime/DataReference.h"
 #include "platform/quicktime/SampleDescription.h"
 #include "platform/quicktime/SampleTable.h"
-#include "platform/quicktime/Time.h"
 
 namespace qrl::quicktime {
 
@@ -38,7 +38,7 @@ class Media {
   std::string handlerName() const;
   int32_t timeScale() const { return timeScale_; }
   // mdhd's duration in the media time scale.
-  Time duration() const;
+  Duration duration() const;
   // Macintosh language code (below 0x400) or packed ISO 639-2/T code.
   uint16_t language() const;
   // Three-letter ISO 639-2 form; "und" when unknown.

@@ -150,9 +150,9 @@ void Movie::buildModel() {
   gotoBeginning();
 }
 
-Time Movie::duration() const {
+Duration Movie::duration() const {
   uint64_t d = mvhd_->fields().duration;
-  return Time::make(static_cast<int64_t>(std::min<uint64_t>(d, uint64_t{1} << 52)), timeScale_);
+  return Duration::make(static_cast<int64_t>(std::min<uint64_t>(d, uint64_t{1} << 52)), timeScale_);
 }
 
 Matrix Movie::matrix() const {
@@ -205,8 +205,7 @@ std::vector<Track*> Movie::tracksOfMediaType(uint32_t mediaType) const {
 }
 
 void Movie::stepForward() {
-  Time end = duration();
-  Time next = end;
+  Time next = Time::zeroPlus(duration());
   for (const auto& t : tracks_) {
     if (!t->isEnabled() || t->mediaType() != kMediaTypeVideo)
       continue;

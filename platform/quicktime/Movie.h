@@ -7,12 +7,12 @@
 #include <span>
 #include <vector>
 
+#include "platform/base/Time.h"
 #include "platform/quicktime/ByteSource.h"
 #include "platform/quicktime/ContainerAtom.h"
 #include "platform/quicktime/DataReferenceAtom.h"
 #include "platform/quicktime/Matrix.h"
 #include "platform/quicktime/MovieFileWriter.h"
-#include "platform/quicktime/Time.h"
 #include "platform/quicktime/Track.h"
 
 namespace qrl::quicktime {
@@ -54,7 +54,7 @@ class Movie {
   const std::vector<TopLevelAtom>& topLevelAtoms() const { return topLevel_; }
 
   int32_t timeScale() const { return timeScale_; }
-  Time duration() const;
+  Duration duration() const;
   Matrix matrix() const;
   // The bounding box of the enabled tracks that have a picture, through their
   // matrices and the movie's.

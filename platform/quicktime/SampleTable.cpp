@@ -5,11 +5,11 @@
 #include <string>
 
 #include "platform/base/Exception.h"
+#include "platform/base/Time.h"
 #include "platform/quicktime/ChunkOffsetAtom.h"
 #include "platform/quicktime/SampleSizeAtom.h"
 #include "platform/quicktime/SampleToChunkAtom.h"
 #include "platform/quicktime/SyncSampleAtom.h"
-#include "platform/quicktime/Time.h"
 #include "platform/quicktime/TimeToSampleAtom.h"
 
 namespace qrl::quicktime {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/quicktime/Time.h"
+#include "platform/base/Time.h"
 #include "platform/quicktime/TimeCode.h"
 
 namespace qrl::quicktime {

@@ -73,9 +73,9 @@ Size Track::dimensions() const {
   return {f.width / 65536.0, f.height / 65536.0};
 }
 
-Time Track::duration() const {
+Duration Track::duration() const {
   uint64_t d = tkhd_->fields().duration;
-  return Time::make(static_cast<int64_t>(std::min<uint64_t>(d, kMaxTime)), movie_.timeScale());
+  return Duration::make(static_cast<int64_t>(std::min<uint64_t>(d, kMaxTime)), movie_.timeScale());
 }
 
 std::optional<std::string> Track::displayName() const {
@@ -101,7 +101,7 @@ std::vector<EditListAtom::Entry> Track::editList() const {
       return elst->entries();
   }
   // One implicit edit over the whole media, in movie units (rounded up).
-  Time d = media_->duration();
+  Duration d = media_->duration();
   Wide movieUnits = (static_cast<Wide>(d.value) * movie_.timeScale() + d.scale - 1) / d.scale;
   return {{static_cast<uint64_t>(movieUnits), 0, 0x10000}};
 }

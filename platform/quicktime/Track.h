@@ -7,10 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "platform/base/Time.h"
+#include "platform/base/TimeRange.h"
 #include "platform/quicktime/EditListAtom.h"
 #include "platform/quicktime/Matrix.h"
 #include "platform/quicktime/Media.h"
-#include "platform/quicktime/Time.h"
 
 namespace qrl::quicktime {
 
@@ -49,7 +50,7 @@ class Track {
   Size dimensions() const;
   Matrix matrix() const;
   // tkhd's duration, in the movie's time scale.
-  Time duration() const;
+  Duration duration() const;
   // The name in the track's user data: 'name' (plain bytes), else 'tnam'.
   std::optional<std::string> displayName() const;
   // The edits as stored; a track without an edit list has one implicit edit
@@ -96,7 +97,7 @@ class Track {
   void insertSegment(const Track& source, TimeRange from, TimeRange to);
   // Appends one encoded still image (a TIFF, a PNG...) of the codec at the
   // track's end for `duration`. The picture size comes from the track's dimensions.
-  void addImage(std::span<const uint8_t> encoded, uint32_t codec, Time duration,
+  void addImage(std::span<const uint8_t> encoded, uint32_t codec, Duration duration,
                 int16_t depth = 32);
 
   // Reads the header and edits again after the atoms changed.

@@ -282,7 +282,7 @@ void Track::insertMedia(int64_t trackStart, int64_t mediaTime, int64_t mediaDura
   writeEdits(result);
 }
 
-void Track::addImage(std::span<const uint8_t> encoded, uint32_t codec, Time duration,
+void Track::addImage(std::span<const uint8_t> encoded, uint32_t codec, Duration duration,
                      int16_t depth) {
   movie_.requireEditable();
   if (mediaType() != kMediaTypeVideo)

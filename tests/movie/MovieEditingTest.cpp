@@ -18,7 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using quicktime::Movie;
-using quicktime::Time;
 using quicktime::testing::makeMovie;
 using quicktime::testing::probe;
 using quicktime::testing::run;
@@ -44,11 +43,11 @@ TEST(MovieEditing, SegmentsLieEndToEndAsFfprobeListsThem) {
     const int32_t scale = movie->timeScale();
     std::vector<QTTimecodeDescription> segments = {
         QTTimecodeDescription::timecodeDescriptionForTimecode("01:00:00:00", QRLMovieRate25,
-                                                              Time::make(scale, scale)),
+                                                              Duration::make(scale, scale)),
         QTTimecodeDescription::timecodeDescriptionForTimecode("02:00:00:00", QRLMovieRate25,
-                                                              Time::make(scale / 2, scale)),
+                                                              Duration::make(scale / 2, scale)),
         QTTimecodeDescription::timecodeDescriptionForTimecode("03:00:10:05", QRLMovieRate25,
-                                                              Time::make(scale * 3 / 2, scale)),
+                                                              Duration::make(scale * 3 / 2, scale)),
     };
     QRLQuickTimeUtility32::insertTimecodeSegmentsIntoMovie(movie.get(), 18, segments);
     ASSERT_EQ(movie->trackCount(), 4u);

@@ -14,7 +14,6 @@ namespace {
 
 using graphics::Color;
 using quicktime::Movie;
-using quicktime::Time;
 using testing::decodedFrame;
 using testing::differingPixels;
 using testing::inkBox;
@@ -146,7 +145,7 @@ TEST(OverlayImageLayer, BurnAddsOneImagePerFrameWithThatFramesTimecode) {
     auto movie = Movie::open(path);
     auto* burn = QRLQTImageLayer().burnTimecodeImagesintoMovie(
         movie.get(), {160, 90}, origin, 18, Color::colorWithCalibratedRed(1, 1, 0, 1), std::nullopt,
-        [&](Time done, Time all) { fractions.push_back(done.seconds() / all.seconds()); });
+        [&](Duration done, Duration all) { fractions.push_back(done.seconds() / all.seconds()); });
     ASSERT_NE(burn, nullptr);
     const auto& samples = burn->media().sampleTable();
     ASSERT_EQ(samples.sampleCount(), 100u);

@@ -144,7 +144,7 @@ TEST(OverlayWriter, InterruptedBurnLeavesTheOldMovie) {
     process::CapturingLog log;
     auto* track = QRLQTOverlayWriter().addTimecodeBurnToMovie(
         movie.get(), "00:00:00:00", QRLVideoFrameRate25p, {0, 0}, 12, kYellow, std::nullopt,
-        [](quicktime::Time done, quicktime::Time) {
+        [](Duration done, Duration) {
           if (done.seconds() > 1.0)
             throw Exception::io("disk full");
         });

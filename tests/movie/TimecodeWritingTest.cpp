@@ -178,7 +178,7 @@ TEST_F(TimecodeWriting, TrackHoldsTheDescriptionSampleGeometryAndReference) {
       auto movie = editableCopy("pal.mov", name);
       ASSERT_TRUE(service_.addTimecodeTrackToMovie(movie.get(), rate, "01:00:00:00", include, 12));
       // The frame walk ran and went back to the beginning.
-      EXPECT_EQ(movie->currentTime(), quicktime::Time::make(0, 1));
+      EXPECT_EQ(movie->currentTime(), Time::make(0, 1));
       movie->updateMovieFile();
     }
     auto movie = Movie::open(file(name));
@@ -245,7 +245,7 @@ TEST_F(TimecodeWriting, NilMoviesAndRefusedStepsAnswerEachInTheirOwnWay) {
   QRLQuickTimeUtility32::insertTimecodeSegmentsIntoMovie(
       readOnly.get(), 12,
       {QTTimecodeDescription::timecodeDescriptionForTimecode("01:00:00:00", 102,
-                                                             quicktime::Time::make(1, 1))});
+                                                             Duration::make(1, 1))});
   EXPECT_EQ(readOnly->trackCount(), 1u);
   EXPECT_EQ(log.messages(), std::vector<std::string>(2, kTrackProblem));
 

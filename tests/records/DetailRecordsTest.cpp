@@ -69,7 +69,7 @@ TEST(TimecodeDescription, InitialValuesAndFactory) {
   EXPECT_EQ(d.timecodeDuration().flags, 0u);
 
   auto made = QTTimecodeDescription::timecodeDescriptionForTimecode(
-      "10:00:00;00", QRLMovieRate2997Drop, quicktime::Time::make(3003, 30000));
+      "10:00:00;00", QRLMovieRate2997Drop, Duration::make(3003, 30000));
   EXPECT_EQ(made.startTimecode(), "10:00:00;00");
   EXPECT_EQ(made.frameRate(), 100);
   EXPECT_EQ(made.timecodeDuration().value, 3003);

@@ -167,7 +167,7 @@ void BM_StepThroughHourMovie(benchmark::State& state) {
   for (auto _ : state) {
     movie->gotoBeginning();
     int64_t steps = 0;
-    while (movie->currentTime() != movie->duration()) {
+    while (movie->currentTime() != Time::zeroPlus(movie->duration())) {
       movie->stepForward();
       ++steps;
     }
@@ -183,7 +183,7 @@ void BM_TimecodeAtEveryFrame(benchmark::State& state) {
   for (auto _ : state) {
     movie->gotoBeginning();
     std::string last;
-    while (movie->currentTime() != movie->duration()) {
+    while (movie->currentTime() != Time::zeroPlus(movie->duration())) {
       auto tc = handler->currentTimeCode(*movie);
       if (tc)
         last = TimeCodeMediaHandler::toString(tc->definition, tc->record);

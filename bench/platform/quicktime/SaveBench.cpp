@@ -48,7 +48,7 @@ fs::path movieWithMedia(int megabytes) {
     frame[i] = static_cast<uint8_t>(i * 31);
   for (int i = 0; i < megabytes; ++i) {
     frame[0] = static_cast<uint8_t>(i);
-    video.addImage(frame, fourCC("png "), Time::make(1, 25));
+    video.addImage(frame, fourCC("png "), Duration::make(1, 25));
   }
   movie->updateMovieFile();
   made[megabytes] = path;
@@ -73,7 +73,7 @@ std::vector<uint8_t> timeCodeDescription() {
 void addTimeCodeTrackAndSave(const fs::path& path) {
   auto movie = Movie::open(path);
   movie->setEditable(true);
-  Time duration = movie->duration();
+  Duration duration = movie->duration();
   Track& tc = movie->newTrack(1920 << 16, 29 << 16, 0);
   Media& media = movie->newTrackMedia(tc, kMediaTypeTimeCode, duration.scale, std::nullopt);
   uint32_t number = media.addSampleDescription(timeCodeDescription());

@@ -22,9 +22,12 @@
 namespace {
 
 using namespace qrl::quicktime;
+using qrl::Duration;
+using qrl::Time;
+using qrl::TimeRange;
 
 void edit(Movie& movie) {
-  Time duration = movie.duration();
+  Duration duration = movie.duration();
   auto units = static_cast<uint32_t>(std::clamp<int64_t>(duration.value, 1, 1 << 30));
   Track& tc = movie.newTrack(64 << 16, 29 << 16, 0);
   Media& media = movie.newTrackMedia(tc, kMediaTypeTimeCode, movie.timeScale(), std::nullopt);

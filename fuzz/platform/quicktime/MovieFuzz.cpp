@@ -36,7 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       (void)handler->currentTimeCode(*movie);
     }
     movie->gotoBeginning();
-    for (int step = 0; step < 512 && movie->currentTime() != movie->duration(); ++step) {
+    for (int step = 0; step < 512 && movie->currentTime() != qrl::Time::zeroPlus(movie->duration());
+         ++step) {
       movie->stepForward();
     }
     std::ostringstream json;

@@ -38,7 +38,7 @@ inline std::vector<uint8_t> timeCodeDescription(const TimeCodeDef& d) {
 inline Track& addTimeCodeTrack(Movie& movie, const TimeCodeDef& definition, uint32_t frameNumber,
                                bool show, int fontSize = 12) {
   Size natural = movie.naturalSize();
-  Time duration = movie.duration();
+  Duration duration = movie.duration();
   Track& track = movie.newTrack(static_cast<int32_t>(natural.width * 65536), 320 << 16, 0);
   Media& media =
       movie.newTrackMedia(track, kMediaTypeTimeCode, duration.scale, std::nullopt, fourCC("alis"));

@@ -73,7 +73,7 @@ TEST(EditJudges, OverlayTrackOfFfmpegTiffsIsListedAndDecoded) {
     overlay.media().setGraphicsMode(0x100, {0, 0, 0});
     for (int i = 1; i <= 3; ++i) {
       auto image = readFile(dir / ("img" + std::to_string(i) + ".tif"));
-      overlay.addImage(image, fourCC("tiff"), Time::make(1, 25));
+      overlay.addImage(image, fourCC("tiff"), Duration::make(1, 25));
     }
     EXPECT_EQ(overlay.editList().size(), 1u) << "images appended one by one keep one edit";
     movie->updateMovieFile();
@@ -152,7 +152,7 @@ TEST(EditJudges, SoundTrackReferringToAWavPlaysTheWavSamples) {
   EXPECT_EQ(decoded(path.string(), "-enable_drefs 1"), decoded(wav.string(), ""));
   auto reopened = Movie::open(path);
   EXPECT_EQ(reopened->track(2).media().dataReferences().at(0).path, wav);
-  EXPECT_EQ(reopened->track(2).duration(), Time::make(1000, 1000));
+  EXPECT_EQ(reopened->track(2).duration(), Duration::make(1000, 1000));
 }
 
 }  // namespace

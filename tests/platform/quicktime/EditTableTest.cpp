@@ -51,7 +51,7 @@ TEST(EditTables, AppendedSamplesMatchTheTablesReadBackAndJoinChunksWhenContiguou
     }
   }
   EXPECT_EQ(reread->track(1).media().readSample(5), std::vector<uint8_t>(12, 5));
-  EXPECT_EQ(reread->duration(), Time::make(130, 600));
+  EXPECT_EQ(reread->duration(), Duration::make(130, 600));
 }
 
 struct InsertCase {
@@ -87,8 +87,8 @@ TEST(EditTables, InsertedMediaSplitsAndShiftsEdits) {
     int64_t total = 0;
     for (const auto& e : c.expected)
       total += static_cast<int64_t>(e.duration);
-    EXPECT_EQ(track.duration(), Time::make(total, 600));
-    EXPECT_EQ(movie->duration(), Time::make(total, 600));
+    EXPECT_EQ(track.duration(), Duration::make(total, 600));
+    EXPECT_EQ(movie->duration(), Duration::make(total, 600));
   }
 }
 

@@ -34,8 +34,8 @@ void edit(Movie& movie) {
   Track& overlay = movie.newTrack(8 << 16, 8 << 16, 0);
   movie.newTrackMedia(overlay, kMediaTypeVideo, movie.timeScale(), std::nullopt, fourCC("alis"));
   std::vector<uint8_t> image(300, 0xAB);
-  overlay.addImage(image, fourCC("png "), Time::make(1, 25));
-  overlay.addImage(image, fourCC("png "), Time::make(1, 25));
+  overlay.addImage(image, fourCC("png "), Duration::make(1, 25));
+  overlay.addImage(image, fourCC("png "), Duration::make(1, 25));
 }
 
 int ffprobeStreams(const std::filesystem::path& path) {

@@ -13,7 +13,7 @@ using testing::videoTrack;
 std::vector<int64_t> stepTimes(Movie& movie, int32_t scale) {
   std::vector<int64_t> times;
   movie.gotoBeginning();
-  while (movie.currentTime() != movie.duration() && times.size() < 100) {
+  while (movie.currentTime() != Time::zeroPlus(movie.duration()) && times.size() < 100) {
     times.push_back(movie.currentTime().rescaledTo(scale).value);
     movie.stepForward();
   }
