@@ -89,11 +89,11 @@ std::optional<graphics::Color> optionalColor(const Value& container, std::string
   return colorOf(*value, "field '" + std::string(key) + "'");
 }
 
-graphics::Point pointOf(const Value& value) {
+Point pointOf(const Value& value) {
   return {static_cast<float>(number(value, "x", 0)), static_cast<float>(number(value, "y", 0))};
 }
 
-graphics::Size sizeOf(const Value& value) {
+Size sizeOf(const Value& value) {
   return {static_cast<float>(number(value, "width", 0)),
           static_cast<float>(number(value, "height", 0))};
 }

@@ -116,9 +116,9 @@ QRLQuickTime32Service::QRLQuickTime32Service() {
     return imageValue(service_.posterImageForFilePath(*a[0].string()));
   });
   addPerformer("thumbnailSizeForImageSize:", [this](const Arguments& a) {
-    graphics::Size size{static_cast<float>(number(a[0], "width")),
-                        static_cast<float>(number(a[0], "height"))};
-    graphics::Size result = service_.thumbnailSizeForImageSize(size);
+    Size size{static_cast<float>(number(a[0], "width")),
+              static_cast<float>(number(a[0], "height"))};
+    Size result = service_.thumbnailSizeForImageSize(size);
     return Value(
         Value::Dictionary{{"width", Value(result.width)}, {"height", Value(result.height)}});
   });

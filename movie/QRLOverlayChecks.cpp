@@ -47,7 +47,7 @@ bool hasPicture(const quicktime::Movie& movie) {
   return true;
 }
 
-bool isInside(const quicktime::Movie& movie, graphics::Point location) {
+bool isInside(const quicktime::Movie& movie, Point location) {
   const quicktime::Size size = movie.currentSize();
   if (std::isfinite(location.x) && std::isfinite(location.y) && location.x >= 0 &&
       location.y >= 0 && location.x < size.width && location.y < size.height) {

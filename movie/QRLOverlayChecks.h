@@ -9,10 +9,10 @@
 
 #include "platform/archive/Color.h"
 #include "platform/archive/Object.h"
+#include "platform/base/Point.h"
 #include "platform/base/Time.h"
 #include "platform/graphics/Color.h"
 #include "platform/graphics/Image.h"
-#include "platform/graphics/Point.h"
 #include "platform/quicktime/TimeCode.h"
 
 namespace qrl::quicktime {
@@ -34,7 +34,7 @@ std::optional<graphics::Image> decodeImage(std::span<const uint8_t> data, const 
 // The movie has an enabled picture of at least one pixel.
 bool hasPicture(const quicktime::Movie& movie);
 // The point lies within the movie's picture (lower left at 0, 0).
-bool isInside(const quicktime::Movie& movie, graphics::Point location);
+bool isInside(const quicktime::Movie& movie, Point location);
 bool isUsableFontSize(int64_t fontSize, const std::string& path);
 std::optional<graphics::Color> fromArchive(const std::optional<archive::Color>& color);
 // What "%@" prints for an object: a string as itself, else "<ClassName>",

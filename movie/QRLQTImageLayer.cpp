@@ -80,8 +80,7 @@ void QRLQTImageLayer::addImage(Track& track, const graphics::Image& image, Durat
   track.addImage(graphics::TiffEncoder::encode(image), codec, forDuration);
 }
 
-Track* QRLQTImageLayer::addBlankTrackIntoMovie(Movie* movie, graphics::Size layerSize,
-                                               graphics::Point andOrigin) {
+Track* QRLQTImageLayer::addBlankTrackIntoMovie(Movie* movie, Size layerSize, Point andOrigin) {
   if (movie == nullptr)
     return nullptr;
   Track* track = nullptr;
@@ -107,8 +106,7 @@ Track* QRLQTImageLayer::addBlankTrackIntoMovie(Movie* movie, graphics::Size laye
 }
 
 Track* QRLQTImageLayer::addOverlay(const graphics::Image* image, Movie* intoMovie,
-                                   Duration overDuration, graphics::Size withSize,
-                                   graphics::Point andLocation) {
+                                   Duration overDuration, Size withSize, Point andLocation) {
   Track* track = addBlankTrackIntoMovie(intoMovie, withSize, andLocation);
   if (track != nullptr && image != nullptr)
     addImage(*track, *image, overDuration);
@@ -119,14 +117,14 @@ Track* QRLQTImageLayer::addTransparentOverlayTrackIntoMovie(Movie* movie) {
   if (movie == nullptr)
     return nullptr;
   quicktime::Size natural = movie->naturalSize();
-  graphics::Size size{static_cast<float>(natural.width), static_cast<float>(natural.height)};
+  Size size{static_cast<float>(natural.width), static_cast<float>(natural.height)};
   graphics::Image clear(pixels(size.width), pixels(size.height));
   clear.fillRect({{0, 0}, size}, graphics::Color::clearColor());
   return addOverlay(&clear, movie, durationOf(movie), size, {0, 0});
 }
 
 Track* QRLQTImageLayer::burnTimecodeImagesintoMovie(
-    Movie* movie, graphics::Size trackSize, graphics::Point origin, int32_t tcFontSize,
+    Movie* movie, Size trackSize, Point origin, int32_t tcFontSize,
     const graphics::Color& timecodeColor, std::optional<graphics::Color> andBackgroundColor,
     const BurnProgress& progress) {
   std::unordered_set<const Track*> before;
@@ -177,15 +175,15 @@ Track* QRLQTImageLayer::burnTimecodeImagesintoMovie(
   return burn;
 }
 
-Track* QRLQTImageLayer::burnTimecodeImagesintoMovie(Movie* movie, graphics::Size trackSize,
-                                                    graphics::Point origin, int32_t tcFontSize,
+Track* QRLQTImageLayer::burnTimecodeImagesintoMovie(Movie* movie, Size trackSize, Point origin,
+                                                    int32_t tcFontSize,
                                                     const graphics::Color& andTcColor) {
   return burnTimecodeImagesintoMovie(movie, trackSize, origin, tcFontSize, andTcColor,
                                      std::nullopt);
 }
 
 graphics::Image QRLQTImageLayer::imageFromString(
-    std::string_view string, graphics::Size withBounds, graphics::Point origin, int32_t fontSize,
+    std::string_view string, Size withBounds, Point origin, int32_t fontSize,
     const graphics::Color& stringColor, std::optional<graphics::Color> andBackgroundColor) {
   graphics::Image image(pixels(withBounds.width), pixels(withBounds.height));
   graphics::StringDrawing::drawAtPoint(string, image, origin,
@@ -193,13 +191,13 @@ graphics::Image QRLQTImageLayer::imageFromString(
   return image;
 }
 
-graphics::Image QRLQTImageLayer::imageFromString(std::string_view string, graphics::Size withBounds,
-                                                 graphics::Point origin, int32_t fontSize,
+graphics::Image QRLQTImageLayer::imageFromString(std::string_view string, Size withBounds,
+                                                 Point origin, int32_t fontSize,
                                                  const graphics::Color& andColor) {
   return imageFromString(string, withBounds, origin, fontSize, andColor, std::nullopt);
 }
 
-graphics::Image QRLQTImageLayer::imageFromString(std::string_view string, graphics::Size withBounds,
+graphics::Image QRLQTImageLayer::imageFromString(std::string_view string, Size withBounds,
                                                  int32_t fontSize,
                                                  const graphics::Color& andColor) {
   return imageFromString(string, withBounds, {0, 0}, fontSize, andColor, std::nullopt);

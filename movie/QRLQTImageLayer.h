@@ -7,11 +7,11 @@
 #include <string>
 #include <string_view>
 
+#include "platform/base/Point.h"
+#include "platform/base/Size.h"
 #include "platform/base/Time.h"
 #include "platform/graphics/Color.h"
 #include "platform/graphics/Image.h"
-#include "platform/graphics/Point.h"
-#include "platform/graphics/Size.h"
 
 namespace qrl {
 
@@ -51,38 +51,35 @@ class QRLQTImageLayer {
 
   // A new empty overlay track of the size at the origin, or null when the
   // movie is null or cannot be edited.
-  quicktime::Track* addBlankTrackIntoMovie(quicktime::Movie* movie, graphics::Size layerSize,
-                                           graphics::Point andOrigin);
+  quicktime::Track* addBlankTrackIntoMovie(quicktime::Movie* movie, Size layerSize,
+                                           Point andOrigin);
   // The same holding `image` (when given) once for the whole duration.
   quicktime::Track* addOverlay(const graphics::Image* image, quicktime::Movie* intoMovie,
-                               Duration overDuration, graphics::Size withSize,
-                               graphics::Point andLocation);
+                               Duration overDuration, Size withSize, Point andLocation);
   // An overlay as large as the movie holding one transparent image for its length.
   quicktime::Track* addTransparentOverlayTrackIntoMovie(quicktime::Movie* movie);
 
   // One image per movie frame holding that frame's timecode text drawn at
   // `origin` (lower left of the image of `trackSize`); frames without timecode
   // add nothing. Returns the new track, or null when none could be made.
-  quicktime::Track* burnTimecodeImagesintoMovie(quicktime::Movie* movie, graphics::Size trackSize,
-                                                graphics::Point origin, int32_t tcFontSize,
+  quicktime::Track* burnTimecodeImagesintoMovie(quicktime::Movie* movie, Size trackSize,
+                                                Point origin, int32_t tcFontSize,
                                                 const graphics::Color& timecodeColor,
                                                 std::optional<graphics::Color> andBackgroundColor,
                                                 const BurnProgress& progress = {});
-  quicktime::Track* burnTimecodeImagesintoMovie(quicktime::Movie* movie, graphics::Size trackSize,
-                                                graphics::Point origin, int32_t tcFontSize,
+  quicktime::Track* burnTimecodeImagesintoMovie(quicktime::Movie* movie, Size trackSize,
+                                                Point origin, int32_t tcFontSize,
                                                 const graphics::Color& andTcColor);
 
   // The string in "Lucida Grande" at the size, on an otherwise transparent
   // image of the bounds. Throws qrl::Exception (Range) for a bad bounds size.
-  graphics::Image imageFromString(std::string_view string, graphics::Size withBounds,
-                                  graphics::Point origin, int32_t fontSize,
-                                  const graphics::Color& stringColor,
+  graphics::Image imageFromString(std::string_view string, Size withBounds, Point origin,
+                                  int32_t fontSize, const graphics::Color& stringColor,
                                   std::optional<graphics::Color> andBackgroundColor);
-  graphics::Image imageFromString(std::string_view string, graphics::Size withBounds,
-                                  graphics::Point origin, int32_t fontSize,
-                                  const graphics::Color& andColor);
-  graphics::Image imageFromString(std::string_view string, graphics::Size withBounds,
+  graphics::Image imageFromString(std::string_view string, Size withBounds, Point origin,
                                   int32_t fontSize, const graphics::Color& andColor);
+  graphics::Image imageFromString(std::string_view string, Size withBounds, int32_t fontSize,
+                                  const graphics::Color& andColor);
 
   // Encodes and appends one image to an overlay track as the attributes say.
   static void addImage(quicktime::Track& track, const graphics::Image& image, Duration forDuration);

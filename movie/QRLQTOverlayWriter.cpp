@@ -19,7 +19,7 @@ using overlay::openMovie;
 using quicktime::Movie;
 
 void QRLQTOverlayWriter::overlayWatermarkImage(const graphics::Image& image, Movie* intoMovie,
-                                               graphics::Point atLocation) {
+                                               Point atLocation) {
   if (intoMovie == nullptr)
     return;
   try {
@@ -27,14 +27,12 @@ void QRLQTOverlayWriter::overlayWatermarkImage(const graphics::Image& image, Mov
     const quicktime::Size current = intoMovie->currentSize();
     if (!overlay::hasPicture(*intoMovie) || !overlay::isInside(*intoMovie, atLocation))
       return;
-    const graphics::Size size{static_cast<float>(current.width),
-                              static_cast<float>(current.height)};
+    const Size size{static_cast<float>(current.width), static_cast<float>(current.height)};
     auto* track = QRLQTImageLayer::layer()->addBlankTrackIntoMovie(intoMovie, size, {0, 0});
     if (track == nullptr)
       return;
     graphics::Image canvas(static_cast<int>(size.width), static_cast<int>(size.height));
-    canvas.drawImage(image, atLocation, graphics::Rect{},
-                     graphics::CompositingOperation::SourceOver, 1.0);
+    canvas.drawImage(image, atLocation, Rect{}, graphics::CompositingOperation::SourceOver, 1.0);
     QRLQTImageLayer::addImage(*track, canvas, intoMovie->duration());
     intoMovie->updateMovieFile();
   } catch (const Exception& e) {
@@ -44,7 +42,7 @@ void QRLQTOverlayWriter::overlayWatermarkImage(const graphics::Image& image, Mov
 
 void QRLQTOverlayWriter::overlayWatermarkImage(std::span<const uint8_t> image,
                                                const std::string& intoMovieAtPath,
-                                               graphics::Point atLocation) {
+                                               Point atLocation) {
   auto movie = openMovie(intoMovieAtPath);
   auto picture = overlay::decodeImage(image, intoMovieAtPath);
   if (movie && picture)
@@ -52,9 +50,8 @@ void QRLQTOverlayWriter::overlayWatermarkImage(std::span<const uint8_t> image,
 }
 
 void QRLQTOverlayWriter::overlayWatermarkImage(std::span<const uint8_t> image,
-                                               const std::string& intoMovieAtPath,
-                                               graphics::Point atLocation,
-                                               graphics::Size withSize) {
+                                               const std::string& intoMovieAtPath, Point atLocation,
+                                               Size withSize) {
   auto movie = openMovie(intoMovieAtPath);
   auto picture = overlay::decodeImage(image, intoMovieAtPath);
   if (!movie || !picture)
@@ -80,8 +77,8 @@ void QRLQTOverlayWriter::addImageOverlayToMovieAtPath(const std::string& path,
 }
 
 void QRLQTOverlayWriter::overlayTextualMessage(const std::string& message,
-                                               const std::string& intoMovie,
-                                               graphics::Point atLocation, int32_t withFontSize,
+                                               const std::string& intoMovie, Point atLocation,
+                                               int32_t withFontSize,
                                                const graphics::Color& textColor,
                                                std::optional<graphics::Color> andBackgroundColor) {
   auto movie = openMovie(intoMovie);
@@ -103,8 +100,8 @@ void QRLQTOverlayWriter::overlayTextualMessage(const std::string& message,
 }
 
 void QRLQTOverlayWriter::overlayTextualMessage(const std::string& message,
-                                               const std::string& intoMovie,
-                                               graphics::Point atLocation, int32_t withFontSize,
+                                               const std::string& intoMovie, Point atLocation,
+                                               int32_t withFontSize,
                                                const graphics::Color& andColor) {
   overlayTextualMessage(message, intoMovie, atLocation, withFontSize, andColor, std::nullopt);
 }

@@ -10,11 +10,11 @@
 #include "movie/QRLQTImageLayer.h"
 #include "movie/QRLTextOverlay.h"
 #include "platform/archive/Value.h"
+#include "platform/base/Point.h"
+#include "platform/base/Rect.h"
+#include "platform/base/Size.h"
 #include "platform/graphics/Color.h"
 #include "platform/graphics/Image.h"
-#include "platform/graphics/Point.h"
-#include "platform/graphics/Rect.h"
-#include "platform/graphics/Size.h"
 #include "timecode/QRLVideoFrameRate.h"
 
 namespace qrl {
@@ -40,21 +40,21 @@ class QRLQTOverlayWriter {
 
   // Watermark and text.
   void overlayWatermarkImage(const graphics::Image& image, quicktime::Movie* intoMovie,
-                             graphics::Point atLocation);
+                             Point atLocation);
   // `image` is image-file data, drawn at its own size or at `withSize`.
   void overlayWatermarkImage(std::span<const uint8_t> image, const std::string& intoMovieAtPath,
-                             graphics::Point atLocation);
+                             Point atLocation);
   void overlayWatermarkImage(std::span<const uint8_t> image, const std::string& intoMovieAtPath,
-                             graphics::Point atLocation, graphics::Size withSize);
+                             Point atLocation, Size withSize);
   void addImageOverlayToMovieAtPath(const std::string& path,
                                     const QRLImageOverlay& withImageOverlay);
   // `intoMovie` is the movie's path.
   void overlayTextualMessage(const std::string& message, const std::string& intoMovie,
-                             graphics::Point atLocation, int32_t withFontSize,
+                             Point atLocation, int32_t withFontSize,
                              const graphics::Color& textColor,
                              std::optional<graphics::Color> andBackgroundColor);
   void overlayTextualMessage(const std::string& message, const std::string& intoMovie,
-                             graphics::Point atLocation, int32_t withFontSize,
+                             Point atLocation, int32_t withFontSize,
                              const graphics::Color& andColor);
   // The overlay's text, or the word "Text" when it has none.
   void addTextualOverlayToMovieAtPath(const std::string& path,
@@ -71,15 +71,15 @@ class QRLQTOverlayWriter {
   // image per frame and saves; it returns the burn track or null.
   quicktime::Track* addTimecodeBurnToMovie(quicktime::Movie* movie,
                                            const std::string& withStartTimecode,
-                                           QRLVideoFrameRate videoFrameRate,
-                                           graphics::Point location, uint32_t timecodeFontSize,
+                                           QRLVideoFrameRate videoFrameRate, Point location,
+                                           uint32_t timecodeFontSize,
                                            const graphics::Color& timecodeColor,
                                            std::optional<graphics::Color> backgroundColor,
                                            const Progress& progress = {});
   quicktime::Track* addTimecodeBurnToMovie(quicktime::Movie* movie,
                                            const std::string& withStartTimecode,
-                                           QRLVideoFrameRate videoFrameRate,
-                                           graphics::Point location, uint32_t timecodeFontSize,
+                                           QRLVideoFrameRate videoFrameRate, Point location,
+                                           uint32_t timecodeFontSize,
                                            const graphics::Color& timecodeColor);
   // `burnAttributes` is a keyed archive of a QRLQTTimecodeBurnAttributeWrapper.
   void addTimecodeBurnToMovie(quicktime::Movie* movie, std::span<const uint8_t> burnAttributes);
@@ -106,8 +106,8 @@ class QRLQTOverlayWriter {
                                         const std::string& startTime, bool showTimecode,
                                         uint32_t fontSize, const graphics::Color& fontForeColor,
                                         const graphics::Color& fontBackColor,
-                                        const graphics::Rect& boundingBox,
-                                        bool transparentBackground, int32_t transparencyMode);
+                                        const Rect& boundingBox, bool transparentBackground,
+                                        int32_t transparencyMode);
   // A shown timecode strip in the overlay's box; false only when the movie
   // does not open.
   bool addQuicktimeTimecodeOverlayToVideoAtPath(
@@ -122,7 +122,7 @@ class QRLQTOverlayWriter {
                                      QRLVideoFrameRate frameRate, int32_t numericRate,
                                      int32_t timecodeWidth, int32_t timecodeHeight,
                                      int32_t compressionWidth, int32_t compressionHeight,
-                                     graphics::Point timecodePosition, int32_t framesPerTimecode,
+                                     Point timecodePosition, int32_t framesPerTimecode,
                                      int32_t fontSize, const graphics::Color& tcColor);
   // The movie's first timecode, trimmed; the default timecode when the file
   // does not open, none when it has no timecode track.
@@ -130,7 +130,7 @@ class QRLQTOverlayWriter {
 
  private:
   quicktime::Track* burn(quicktime::Movie& movie, const std::string& start, QRLVideoFrameRate rate,
-                         graphics::Point location, uint32_t fontSize, const graphics::Color& color,
+                         Point location, uint32_t fontSize, const graphics::Color& color,
                          std::optional<graphics::Color> background, const Progress& progress);
 };
 

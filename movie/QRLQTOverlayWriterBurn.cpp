@@ -94,8 +94,7 @@ void QRLQTOverlayWriter::insertTimeCodeTrackIntoMovie(Movie* movie,
 }
 
 Track* QRLQTOverlayWriter::burn(Movie& movie, const std::string& start, QRLVideoFrameRate rate,
-                                graphics::Point location, uint32_t fontSize,
-                                const graphics::Color& color,
+                                Point location, uint32_t fontSize, const graphics::Color& color,
                                 std::optional<graphics::Color> background,
                                 const Progress& progress) {
   movie.setEditable(true);
@@ -112,7 +111,7 @@ Track* QRLQTOverlayWriter::burn(Movie& movie, const std::string& start, QRLVideo
 
 Track* QRLQTOverlayWriter::addTimecodeBurnToMovie(
     Movie* movie, const std::string& withStartTimecode, QRLVideoFrameRate videoFrameRate,
-    graphics::Point location, uint32_t timecodeFontSize, const graphics::Color& timecodeColor,
+    Point location, uint32_t timecodeFontSize, const graphics::Color& timecodeColor,
     std::optional<graphics::Color> backgroundColor, const Progress& progress) {
   if (movie == nullptr) {
     process::SystemLog::write("Insertion of the time code failed");
@@ -137,9 +136,11 @@ Track* QRLQTOverlayWriter::addTimecodeBurnToMovie(
   }
 }
 
-Track* QRLQTOverlayWriter::addTimecodeBurnToMovie(
-    Movie* movie, const std::string& withStartTimecode, QRLVideoFrameRate videoFrameRate,
-    graphics::Point location, uint32_t timecodeFontSize, const graphics::Color& timecodeColor) {
+Track* QRLQTOverlayWriter::addTimecodeBurnToMovie(Movie* movie,
+                                                  const std::string& withStartTimecode,
+                                                  QRLVideoFrameRate videoFrameRate, Point location,
+                                                  uint32_t timecodeFontSize,
+                                                  const graphics::Color& timecodeColor) {
   return addTimecodeBurnToMovie(movie, withStartTimecode, videoFrameRate, location,
                                 timecodeFontSize, timecodeColor, std::nullopt);
 }

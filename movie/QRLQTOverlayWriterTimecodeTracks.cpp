@@ -42,7 +42,7 @@ std::array<uint16_t, 3> colorField(const graphics::Color& color) {
 void insertIntoOpenFile(Movie& movie, QRLVideoFrameRate videoFrameRate,
                         const std::string& startTime, bool showTimecode, uint32_t fontSize,
                         const graphics::Color& fontForeColor, const graphics::Color& fontBackColor,
-                        const graphics::Rect& boundingBox, bool transparentBackground,
+                        const Rect& boundingBox, bool transparentBackground,
                         int32_t transparencyMode) {
   const quicktime::Size natural = movie.naturalSize();
   auto video = movie.tracksOfMediaType(quicktime::kMediaTypeVideo);
@@ -99,8 +99,8 @@ void insertIntoOpenFile(Movie& movie, QRLVideoFrameRate videoFrameRate,
 void QRLQTOverlayWriter::insertTimeCodeTrackIntoVideoFile(
     const std::string& path, QRLVideoFrameRate videoFrameRate, const std::string& startTime,
     bool showTimecode, uint32_t fontSize, const graphics::Color& fontForeColor,
-    const graphics::Color& fontBackColor, const graphics::Rect& boundingBox,
-    bool transparentBackground, int32_t transparencyMode) {
+    const graphics::Color& fontBackColor, const Rect& boundingBox, bool transparentBackground,
+    int32_t transparencyMode) {
   // The display keeps the size in 16 bits; a bigger one would wrap.
   if (!overlay::isUsableFontSize(fontSize, path))
     return;
@@ -126,8 +126,8 @@ bool QRLQTOverlayWriter::addQuicktimeTimecodeOverlayToVideoAtPath(
     return false;
   const QRLEmbeddedTimecodeOverlay& o = withBurnAttributeWrapper.embeddedTimecodeOverlay;
   // includeBackgroundColor is not consulted: the strip always has a background.
-  const graphics::Rect box{{static_cast<float>(o.xCoordinate), static_cast<float>(o.yCoordinate)},
-                           {static_cast<float>(o.width), static_cast<float>(o.height)}};
+  const Rect box{{static_cast<float>(o.xCoordinate), static_cast<float>(o.yCoordinate)},
+                 {static_cast<float>(o.width), static_cast<float>(o.height)}};
   insertTimeCodeTrackIntoVideoFile(
       path, conformingToVideoFrameRate, startTimcode, true, static_cast<uint32_t>(o.fontSize),
       o.textColor.value_or(graphics::Color::blackColor()),
@@ -138,7 +138,7 @@ bool QRLQTOverlayWriter::addQuicktimeTimecodeOverlayToVideoAtPath(
 bool QRLQTOverlayWriter::createTimecodeOverlayForMovie(
     Movie* movie, const std::string& startTimecode, QRLVideoFrameRate frameRate,
     int32_t /*numericRate*/, int32_t /*timecodeWidth*/, int32_t /*timecodeHeight*/,
-    int32_t compressionWidth, int32_t compressionHeight, graphics::Point timecodePosition,
+    int32_t compressionWidth, int32_t compressionHeight, Point timecodePosition,
     int32_t /*framesPerTimecode*/, int32_t fontSize, const graphics::Color& tcColor) {
   if (movie == nullptr) {
     process::SystemLog::write("Insertion of the time code failed");

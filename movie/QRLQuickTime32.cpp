@@ -119,7 +119,7 @@ graphics::Image QRLQuickTime32::posterImageForFilePath(const std::string& path) 
   return posterImageForFilePath(path, false);
 }
 
-graphics::Size QRLQuickTime32::thumbnailSizeForImageSize(graphics::Size size) const {
+Size QRLQuickTime32::thumbnailSizeForImageSize(Size size) const {
   return QuickTimeUtilities::thumbnailSizeForImageSize(size);
 }
 

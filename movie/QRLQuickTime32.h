@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "movie/QRLMovieTrack.h"
+#include "platform/base/Size.h"
 #include "platform/graphics/Image.h"
-#include "platform/graphics/Size.h"
 #include "platform/quicktime/TimeCode.h"
 #include "platform/quicktime/TimeCodeMediaHandler.h"
 #include "timecode/QRLVideoFrameRate.h"
@@ -74,7 +74,7 @@ class QRLQuickTime32 {
   int64_t durationOfFileInMiliseconds(const std::string& path) const;
   graphics::Image posterImageForFilePath(const std::string& path, bool compressImage) const;
   graphics::Image posterImageForFilePath(const std::string& path) const;
-  graphics::Size thumbnailSizeForImageSize(graphics::Size size) const;
+  Size thumbnailSizeForImageSize(Size size) const;
 
   // Reads HH, MM, SS and FF by position; see QRLQuickTimeUtility32.
   void timecodeToTimeCodeRecord(const char* timecode, quicktime::TimeCodeRecord* toTCRec) const;

@@ -50,7 +50,7 @@ graphics::Image QuickTimeUtilities::posterImageForFilePath(const std::string& pa
   return posterImageForFilePath(path, false);
 }
 
-graphics::Size QuickTimeUtilities::thumbnailSizeForImageSize(graphics::Size size) {
+Size QuickTimeUtilities::thumbnailSizeForImageSize(Size size) {
   constexpr float kSide = 192.0f;
   if (size.height > size.width)
     return {size.width * kSide / size.height, kSide};

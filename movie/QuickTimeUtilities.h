@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/base/Size.h"
 #include "platform/graphics/Image.h"
-#include "platform/graphics/Size.h"
 #include "platform/quicktime/TimeCode.h"
 #include "timecode/QRLVideoFrameRate.h"
 
@@ -42,7 +42,7 @@ class QuickTimeUtilities {
   static graphics::Image posterImageForFilePath(const std::string& path);
 
   // The longer side becomes 192, the other scales with it (single precision).
-  static graphics::Size thumbnailSizeForImageSize(graphics::Size size);
+  static Size thumbnailSizeForImageSize(Size size);
 
   // "2997", "2500", ... as the rate table names each code; "2997" otherwise.
   static std::string frameRateStringFromTimeCodeRate(QRLMovieRateDefinition rate);

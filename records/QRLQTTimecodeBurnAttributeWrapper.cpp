@@ -5,6 +5,7 @@
 
 #include "platform/archive/KeyedArchiver.h"
 #include "platform/archive/KeyedUnarchiver.h"
+#include "platform/archive/PointCoding.h"
 #include "platform/process/SystemLog.h"
 #include "records/QRLAttributeValues.h"
 #include "records/QRLQTTimecodeAttributes.h"
@@ -49,7 +50,7 @@ QRLQTTimecodeBurnAttributeWrapper::QRLQTTimecodeBurnAttributeWrapper()
 QRLQTTimecodeBurnAttributeWrapper::QRLQTTimecodeBurnAttributeWrapper(const archive::Value& d)
     : QRLQTTimecodeAttributeWrapper(d), fontColor_(fontColorIn(d)) {
   if (const archive::Value* origin = d.find(QRLQTOverlayBurnOriginAttribute)) {
-    if (auto p = archive::Point::fromValue(*origin)) {
+    if (auto p = archive::pointFromValue(*origin)) {
       burnOrigin_ = *p;
     } else {
       process::SystemLog::write("attribute \"" + std::string(QRLQTOverlayBurnOriginAttribute) +
@@ -85,7 +86,8 @@ archive::Color QRLQTTimecodeBurnAttributeWrapper::letterBoxColorFromAttributeDic
 archive::Value QRLQTTimecodeBurnAttributeWrapper::timecodeAttributeDictionary() const {
   archive::Value::Dictionary d;
   addBaseEntries(d);
-  d.insert_or_assign(std::string(QRLQTOverlayBurnOriginAttribute), burnOrigin_.value());
+  d.insert_or_assign(std::string(QRLQTOverlayBurnOriginAttribute),
+                     archive::pointValue(burnOrigin_));
   addComponents(d, fontColor_, false);
   if (letterboxBackgroundColor_)
     addComponents(d, letterboxBackgroundColor_, true);

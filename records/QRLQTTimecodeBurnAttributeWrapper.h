@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "platform/archive/Color.h"
-#include "platform/archive/Point.h"
+#include "platform/base/Point.h"
 #include "records/QRLQTTimecodeAttributeWrapper.h"
 
 namespace qrl {
@@ -43,8 +43,8 @@ class QRLQTTimecodeBurnAttributeWrapper : public QRLQTTimecodeAttributeWrapper {
   void setLetterboxBackgroundColor(std::optional<archive::Color> color) {
     letterboxBackgroundColor_ = color;
   }
-  archive::Point burnOrigin() const { return burnOrigin_; }
-  void setBurnOrigin(archive::Point burnOrigin) { burnOrigin_ = burnOrigin; }
+  Point burnOrigin() const { return burnOrigin_; }
+  void setBurnOrigin(Point burnOrigin) { burnOrigin_ = burnOrigin; }
 
   friend bool operator==(const QRLQTTimecodeBurnAttributeWrapper& a,
                          const QRLQTTimecodeBurnAttributeWrapper& b) {
@@ -58,7 +58,7 @@ class QRLQTTimecodeBurnAttributeWrapper : public QRLQTTimecodeAttributeWrapper {
  private:
   std::optional<archive::Color> fontColor_;
   std::optional<archive::Color> letterboxBackgroundColor_;
-  archive::Point burnOrigin_;
+  Point burnOrigin_;
 };
 
 }  // namespace qrl

@@ -9,8 +9,8 @@
 #include "fsutil/QRLFileSystemUtility.h"
 #include "movie/QRLQTImageLayer.h"
 #include "platform/archive/Color.h"
-#include "platform/archive/Point.h"
 #include "platform/base/Exception.h"
+#include "platform/base/Point.h"
 #include "platform/graphics/Image.h"
 #include "platform/graphics/ImageDecoder.h"
 #include "platform/graphics/PngEncoder.h"
@@ -23,7 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr archive::Point kBurnOrigin{20, 20};
+constexpr Point kBurnOrigin{20, 20};
 constexpr int32_t kBurnFontSize = 28;
 
 std::vector<uint8_t> readFile(const fs::path& path) {

@@ -63,11 +63,11 @@ exit status: 0 laid over, 1 the movie or a value was refused (nothing is saved t
 )";
 
 constexpr int32_t kDefaultFontSize = 24;
-constexpr graphics::Point kDefaultLocation{10, 10};
+constexpr Point kDefaultLocation{10, 10};
 
 // The common options, read once; `failed` names the first bad one.
 struct OverlayLook {
-  graphics::Point at = kDefaultLocation;
+  Point at = kDefaultLocation;
   int32_t fontSize = kDefaultFontSize;
   graphics::Color color = graphics::Color::whiteColor();
   std::optional<graphics::Color> background;
@@ -198,7 +198,7 @@ int runWatermarkCommand(const std::vector<std::string>& args, std::ostream& out,
   auto at = pointFromText(*atText);
   if (!at)
     return usage(kName, "--at wants X,Y in whole pixels, not '" + *atText + "'", err);
-  std::optional<graphics::Size> size;
+  std::optional<Size> size;
   if (auto sizeText = parsed->value("--size")) {
     size = sizeFromText(*sizeText);
     if (!size)

@@ -36,18 +36,18 @@ constexpr int32_t kLargestPixel = 1 << 20;
 
 }  // namespace
 
-std::optional<graphics::Point> pointFromText(std::string_view text) {
+std::optional<Point> pointFromText(std::string_view text) {
   auto values = numbers(text, 0, kLargestPixel);
   if (!values || values->size() != 2)
     return std::nullopt;
-  return graphics::Point{static_cast<float>((*values)[0]), static_cast<float>((*values)[1])};
+  return Point{static_cast<float>((*values)[0]), static_cast<float>((*values)[1])};
 }
 
-std::optional<graphics::Size> sizeFromText(std::string_view text) {
+std::optional<Size> sizeFromText(std::string_view text) {
   auto values = numbers(text, 1, kLargestPixel);
   if (!values || values->size() != 2)
     return std::nullopt;
-  return graphics::Size{static_cast<float>((*values)[0]), static_cast<float>((*values)[1])};
+  return Size{static_cast<float>((*values)[0]), static_cast<float>((*values)[1])};
 }
 
 std::optional<graphics::Color> colorFromText(std::string_view text) {

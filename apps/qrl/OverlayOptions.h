@@ -5,9 +5,9 @@
 #include <string_view>
 
 #include "movie/QRLQTOverlayWriter.h"
+#include "platform/base/Point.h"
+#include "platform/base/Size.h"
 #include "platform/graphics/Color.h"
-#include "platform/graphics/Point.h"
-#include "platform/graphics/Size.h"
 #include "timecode/QRLVideoFrameRate.h"
 
 namespace qrl::app {
@@ -16,9 +16,9 @@ namespace qrl::app {
 // whole, so the caller can name the option in its complaint.
 
 // "X,Y": whole pixels from the lower left, not negative.
-std::optional<graphics::Point> pointFromText(std::string_view text);
+std::optional<Point> pointFromText(std::string_view text);
 // "W,H": whole pixels, both above zero.
-std::optional<graphics::Size> sizeFromText(std::string_view text);
+std::optional<Size> sizeFromText(std::string_view text);
 // "R,G,B" or "R,G,B,A", each 0 to 255; alpha defaults to opaque.
 std::optional<graphics::Color> colorFromText(std::string_view text);
 // 1 to the overlay writer's largest font size.

@@ -14,7 +14,7 @@ qrl::QRLQTTimecodeBurnAttributeWrapper burnRecord() {
   b.setFontSize(36);
   b.setFontColor(qrl::archive::Color::calibratedRGB(1, 0.5f, 0.25f, 1));
   b.setLetterboxBackgroundColor(qrl::archive::Color::calibratedRGB(0, 0, 0, 0.5f));
-  b.setBurnOrigin(qrl::archive::Point{12, 40});
+  b.setBurnOrigin(qrl::Point{12, 40});
   return b;
 }
 

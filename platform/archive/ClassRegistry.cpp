@@ -6,6 +6,7 @@
 #include "platform/archive/Color.h"
 #include "platform/archive/DictionaryObject.h"
 #include "platform/archive/KeyedUnarchiver.h"
+#include "platform/archive/PointCoding.h"
 #include "platform/archive/PointValue.h"
 #include "platform/archive/ValueObject.h"
 
@@ -73,7 +74,7 @@ ObjectPtr decodeValueObject(KeyedUnarchiver& coder) {
     return coder.fail("NSValue of kind " + std::to_string(special) + " is not supported");
   }
   auto text = coder.decodeString("NS.pointval");
-  auto point = text ? Point::fromText(*text) : std::nullopt;
+  auto point = text ? pointFromText(*text) : std::nullopt;
   if (!point)
     return coder.fail("NSValue point without a \"{x, y}\" string");
   return std::make_shared<PointValue>(*point);

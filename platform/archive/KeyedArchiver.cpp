@@ -1,5 +1,6 @@
 #include "platform/archive/KeyedArchiver.h"
 
+#include "platform/archive/PointCoding.h"
 #include "platform/archive/PropertyList.h"
 #include "platform/base/Exception.h"
 
@@ -189,7 +190,7 @@ void KeyedArchiver::encodeBytes(const Data& bytes, std::string_view forKey) {
 }
 
 void KeyedArchiver::encodePoint(Point point, std::string_view forKey) {
-  encodeObject(Value(point.text()), forKey);
+  encodeObject(Value(pointText(point)), forKey);
 }
 
 }  // namespace qrl::archive

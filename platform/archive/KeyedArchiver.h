@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/archive/Object.h"
-#include "platform/archive/Point.h"
+#include "platform/base/Point.h"
 
 namespace qrl::archive {
 

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "platform/archive/KeyedArchiver.h"
+#include "platform/archive/PointCoding.h"
 #include "platform/archive/PropertyList.h"
 #include "platform/archive/ValueObject.h"
 #include "platform/base/Exception.h"
@@ -371,7 +372,7 @@ Point KeyedUnarchiver::decodePoint(std::string_view forKey) {
   auto text = decodeString(forKey);
   if (!text)
     return Point{};
-  auto p = Point::fromText(*text);
+  auto p = pointFromText(*text);
   if (!p) {
     fail("the point under \"" + std::string(forKey) + "\" is not \"{x, y}\"");
     return Point{};

@@ -10,7 +10,7 @@
 
 #include "platform/archive/ClassRegistry.h"
 #include "platform/archive/Object.h"
-#include "platform/archive/Point.h"
+#include "platform/base/Point.h"
 
 namespace qrl::archive {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/archive/Object.h"
-#include "platform/archive/Point.h"
+#include "platform/base/Point.h"
 
 namespace qrl::archive {
 

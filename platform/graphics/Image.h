@@ -6,9 +6,9 @@
 #include <span>
 #include <vector>
 
+#include "platform/base/Rect.h"
 #include "platform/graphics/Color.h"
 #include "platform/graphics/PixelBox.h"
-#include "platform/graphics/Rect.h"
 
 namespace qrl::graphics {
 

@@ -2,9 +2,9 @@
 
 #include <string_view>
 
+#include "platform/base/Point.h"
+#include "platform/base/Size.h"
 #include "platform/graphics/Image.h"
-#include "platform/graphics/Point.h"
-#include "platform/graphics/Size.h"
 #include "platform/graphics/StringAttributes.h"
 
 namespace qrl::graphics {

@@ -139,7 +139,7 @@ std::string timecodeAt(int startHours, int n, int fps) {
 TEST(OverlayImageLayer, BurnAddsOneImagePerFrameWithThatFramesTimecode) {
   TempDir dir;
   auto path = makeSizedMovie(dir, "burn.mov", "160x90", "25", 100, "10:00:00:00");
-  const graphics::Point origin{12, 8};
+  const Point origin{12, 8};
   std::vector<double> fractions;
   {
     auto movie = Movie::open(path);

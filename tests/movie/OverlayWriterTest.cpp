@@ -40,7 +40,7 @@ TEST(OverlayWriter, BurnAddsAHiddenTimecodeTrackAndOneFramePerFrameInPlace) {
   auto path = makeSizedMovie(dir, "burn.mov", "160x90", "2997/100", 300);
   const std::string before = packets(path, "0:v:0");
   ASSERT_FALSE(before.empty());
-  const graphics::Point origin{8, 10};
+  const Point origin{8, 10};
   {
     auto movie = Movie::open(path);
     auto* track = QRLQTOverlayWriter().addTimecodeBurnToMovie(
@@ -90,7 +90,7 @@ TEST(OverlayWriter, BadInputIsLoggedAndLeavesTheFileAsItWas) {
     std::filesystem::path path;
     std::string start;
     uint32_t fontSize;
-    graphics::Point at;
+    Point at;
     const char* logged;
   } cases[] = {
       {"missing", dir / "absent.mov", "01:00:00:00", 12, {0, 0}, "not opened as a movie"},

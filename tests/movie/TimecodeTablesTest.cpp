@@ -181,7 +181,7 @@ TEST(TimecodeText, FifteenBytesOverflowTheBuffer) {
 
 TEST(ThumbnailSize, LongerSideBecomes192) {
   struct Case {
-    graphics::Size in, out;
+    Size in, out;
   };
   const Case cases[] = {
       {{400, 300}, {192, 144}},

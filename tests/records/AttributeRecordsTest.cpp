@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/archive/KeyedArchiver.h"
+#include "platform/archive/PointCoding.h"
 #include "platform/archive/PropertyList.h"
 #include "platform/process/SystemLog.h"
 #include "records/QRLQTTimecodeAttributes.h"
@@ -15,7 +16,6 @@ namespace qrl {
 namespace {
 
 using archive::Color;
-using archive::Point;
 using archive::Value;
 
 Value dict(Value::Dictionary d) {
@@ -113,7 +113,8 @@ TEST(AttributeRecords, DictionaryFormRoundTripsAndCountsItsEntries) {
     EXPECT_EQ(d.find(QRLQTOverlayFontSizeAttribute)->integer(), 36);
     EXPECT_EQ(d.find("alphaLevel")->real(), static_cast<double>(0.4f));
     EXPECT_EQ(d.find("alphaLevel_Letterbox") != nullptr, letterbox);
-    EXPECT_EQ(Point::fromValue(*d.find(QRLQTOverlayBurnOriginAttribute)), (Point{12.25f, -3.5f}));
+    EXPECT_EQ(archive::pointFromValue(*d.find(QRLQTOverlayBurnOriginAttribute)),
+              (Point{12.25f, -3.5f}));
     EXPECT_EQ(QRLQTTimecodeBurnAttributeWrapper(d), burn);
     // The dictionary also survives the trip through a binary property list (as messages carry it).
     Value carried = archive::PropertyList::parse(archive::PropertyList::binaryData(d));

@@ -22,7 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using archive::Color;
-using archive::Point;
 
 class PlistlibJudge : public ::testing::Test {
  protected:

@@ -1,4 +1,4 @@
-#include "platform/archive/Point.h"
+#include "platform/archive/PointCoding.h"
 
 #include <charconv>
 #include <cmath>
@@ -26,16 +26,16 @@ std::optional<float> numberOf(const Value* v) {
 
 }  // namespace
 
-std::string Point::text() const {
+std::string pointText(Point point) {
   std::string s = "{";
-  appendNumber(s, x);
+  appendNumber(s, point.x);
   s += ", ";
-  appendNumber(s, y);
+  appendNumber(s, point.y);
   s += '}';
   return s;
 }
 
-std::optional<Point> Point::fromText(std::string_view text) {
+std::optional<Point> pointFromText(std::string_view text) {
   float v[2];
   size_t pos = 0;
   for (float& out : v) {
@@ -57,13 +57,13 @@ std::optional<Point> Point::fromText(std::string_view text) {
   return Point{v[0], v[1]};
 }
 
-Value Point::value() const {
-  return Value(Value::Dictionary{{"x", Value(x)}, {"y", Value(y)}});
+Value pointValue(Point point) {
+  return Value(Value::Dictionary{{"x", Value(point.x)}, {"y", Value(point.y)}});
 }
 
-std::optional<Point> Point::fromValue(const Value& value) {
+std::optional<Point> pointFromValue(const Value& value) {
   if (const std::string* s = value.string())
-    return fromText(*s);
+    return pointFromText(*s);
   auto x = numberOf(value.find("x"));
   auto y = numberOf(value.find("y"));
   if (!x || !y)

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "platform/graphics/Point.h"
-#include "platform/graphics/Size.h"
+#include "platform/base/Point.h"
+#include "platform/base/Size.h"
 
-namespace qrl::graphics {
+namespace qrl {
 
-// A rectangle in drawing coordinates: origin is its lower-left corner.
+// A rectangle in movie pixels: origin is its lower-left corner.
 struct Rect {
   Point origin;
   Size size;
@@ -15,4 +15,4 @@ struct Rect {
   friend constexpr bool operator==(const Rect&, const Rect&) = default;
 };
 
-}  // namespace qrl::graphics
+}  // namespace qrl

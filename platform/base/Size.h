@@ -1,8 +1,8 @@
 #pragma once
 
-namespace qrl::graphics {
+namespace qrl {
 
-// A width and height in pixels; fractions are allowed, as callers pass them.
+// A width and height in movie pixels; fractions are allowed, as callers pass them.
 struct Size {
   float width = 0;
   float height = 0;
@@ -10,4 +10,4 @@ struct Size {
   friend constexpr bool operator==(const Size&, const Size&) = default;
 };
 
-}  // namespace qrl::graphics
+}  // namespace qrl
