@@ -14,8 +14,8 @@ cairo_surface_t* wrap(uint32_t* pixels, int width, int height) {
   if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
     const std::string reason = cairo_status_to_string(cairo_surface_status(surface));
     cairo_surface_destroy(surface);
-    throw Exception(Exception::Kind::Internal, "cannot draw into a " + std::to_string(width) + "x" +
-                                                   std::to_string(height) + " image: " + reason);
+    throw Exception::internal("cannot draw into a " + std::to_string(width) + "x" +
+                              std::to_string(height) + " image: " + reason);
   }
   return surface;
 }

@@ -30,10 +30,9 @@ void Atom::write(ByteWriter& out) const {
   }
   writePayload(out);
   if (out.position() - start != total) {
-    throw Exception(Exception::Kind::Internal, std::string("atom ").append(quoted(type_)) +
-                                                   " wrote " +
-                                                   std::to_string(out.position() - start) +
-                                                   " bytes, declared " + std::to_string(total));
+    throw Exception::internal(std::string("atom ").append(quoted(type_)) + " wrote " +
+                              std::to_string(out.position() - start) + " bytes, declared " +
+                              std::to_string(total));
   }
 }
 
