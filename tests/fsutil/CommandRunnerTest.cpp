@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +11,7 @@
 #include <string>
 
 #include "platform/base/Exception.h"
+#include "tests/platform/base/InterruptingSignals.h"
 
 namespace qrl::fsutil {
 namespace {
@@ -73,25 +73,14 @@ TEST(CommandRunner, KeepsOutputWhenChildrenAreReapedElsewhere) {
   EXPECT_EQ(result.exitStatus, kExitStatusUnknown);
 }
 
-void ignoreSignal(int) {}
-
 TEST(CommandRunner, SurvivesInterruptingSignals) {
-  // A timer firing every millisecond, installed without SA_RESTART, makes
   // poll, read and waitpid fail with EINTR over and over while the child runs.
-  struct sigaction action {};
-  action.sa_handler = ignoreSignal;
-  sigemptyset(&action.sa_mask);
-  struct sigaction previous {};
-  ASSERT_EQ(::sigaction(SIGALRM, &action, &previous), 0);
-  const itimerval every{{0, 1000}, {0, 1000}};
-  ASSERT_EQ(::setitimer(ITIMER_REAL, &every, nullptr), 0);
-
-  const CommandOutput result =
-      runCommand("/bin/sh", {"-c", "sleep 0.2; head -c 200000 /dev/zero | tr '\\0' y; exit 4"});
-
-  const itimerval stop{};
-  ::setitimer(ITIMER_REAL, &stop, nullptr);
-  ::sigaction(SIGALRM, &previous, nullptr);
+  CommandOutput result;
+  {
+    testing::InterruptingSignals interrupts;
+    result =
+        runCommand("/bin/sh", {"-c", "sleep 0.2; head -c 200000 /dev/zero | tr '\\0' y; exit 4"});
+  }
 
   EXPECT_EQ(result.standardOutput, std::string(200000, 'y'));
   EXPECT_EQ(result.exitStatus, 4);

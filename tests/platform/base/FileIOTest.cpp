@@ -1,9 +1,7 @@
 #include "platform/base/FileIO.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -15,6 +13,7 @@
 
 #include "platform/base/Exception.h"
 #include "tests/fsutil/TempDirectory.h"
+#include "tests/platform/base/InterruptingSignals.h"
 
 namespace qrl {
 namespace {
@@ -33,20 +32,10 @@ struct Pipe {
   }
 };
 
-void ignoreSignal(int) {}
-
 TEST(FileIO, ReadsAndWritesWholeBuffersThroughInterruptsAndShortTransfers) {
-  // A timer firing every millisecond, installed without SA_RESTART, interrupts
-  // the blocked reads and writes over and over; a pipe moves at most 64 KiB a
-  // call, so both sides also see short transfers.
-  struct sigaction action {};
-  action.sa_handler = ignoreSignal;
-  sigemptyset(&action.sa_mask);
-  struct sigaction previous {};
-  ASSERT_EQ(::sigaction(SIGALRM, &action, &previous), 0);
-  const itimerval every{{0, 1000}, {0, 1000}};
-  ASSERT_EQ(::setitimer(ITIMER_REAL, &every, nullptr), 0);
-
+  // The blocked reads and writes are interrupted over and over; a pipe moves
+  // at most 64 KiB a call, so both sides also see short transfers.
+  testing::InterruptingSignals interrupts;
   Pipe pipe;
   std::string sent(1 << 20, '\0');
   for (size_t i = 0; i < sent.size(); ++i)
@@ -62,10 +51,6 @@ TEST(FileIO, ReadsAndWritesWholeBuffersThroughInterruptsAndShortTransfers) {
   std::vector<uint8_t> received(sent.size() + 10);
   const size_t n = readFully(pipe.readEnd.get(), received, "pipe");
   writer.join();
-
-  const itimerval stop{};
-  ::setitimer(ITIMER_REAL, &stop, nullptr);
-  ::sigaction(SIGALRM, &previous, nullptr);
 
   // Fewer than asked only because the writer closed its end.
   ASSERT_EQ(n, sent.size());
