@@ -217,6 +217,20 @@ bool AtomContainer::leafData(QTAtom atom, std::span<const uint8_t>& data) const 
   return true;
 }
 
+QTAtom AtomContainer::nextChild(QTAtom parentAtom, QTAtom previous) const {
+  int32_t n = nodeIndex(parentAtom);
+  if (n < 0)
+    return 0;
+  int32_t c = nodes_[static_cast<size_t>(n)].firstChild;
+  if (previous != 0) {
+    int32_t p = nodeIndex(previous);
+    if (p <= 0 || nodes_[static_cast<size_t>(p)].parent != n)
+      return 0;
+    c = nodes_[static_cast<size_t>(p)].nextSibling;
+  }
+  return c < 0 ? 0 : static_cast<QTAtom>(nodes_[static_cast<size_t>(c)].offset);
+}
+
 QTAtomType AtomContainer::nextChildType(QTAtom parentAtom, QTAtomType previous) const {
   int32_t n = nodeIndex(parentAtom);
   if (n < 0)

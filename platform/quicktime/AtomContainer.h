@@ -73,6 +73,10 @@ class AtomContainer {
   // False for the root, for an atom with children and for what is no atom.
   bool leafData(QTAtom atom, std::span<const uint8_t>& data) const;
 
+  // The child after `previous` in file order, whatever its type: 0 starts,
+  // and 0 comes back after the last child.
+  QTAtom nextChild(QTAtom parent, QTAtom previous) const;
+
   // The child types of `parent` in the order each first occurs among its
   // children: 0 starts the sequence, and 0 comes back after the last type
   // (or when `previous` is not a child type of `parent`).

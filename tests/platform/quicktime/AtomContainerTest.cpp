@@ -105,6 +105,10 @@ TEST(AtomContainer, BuiltTreesWalkByTypeThenIndexAndReadBackByteForByte) {
   AtomContainer again = AtomContainer::read(written);
   EXPECT_EQ(Bytes(again.bytes().begin(), again.bytes().end()), written);
   EXPECT_EQ(walk(again), walk(c));
+  std::vector<QTAtomType> fileOrder;
+  for (QTAtom a = again.nextChild(0, 0); a != 0; a = again.nextChild(0, a))
+    fileOrder.push_back(again.type(a));
+  EXPECT_EQ(fileOrder, (std::vector<QTAtomType>{fourCC("vide"), fourCC("soun"), fourCC("vide")}));
   EXPECT_EQ(again.parent(again.findChildByIndex(again.findChildByIndex(0, fourCC("vide"), 1),
                                                 fourCC("vide"), 1)),
             again.findChildByIndex(0, fourCC("vide"), 1));
