@@ -33,5 +33,6 @@ int runBurnTimecodeCommand(const std::vector<std::string>& args, std::ostream& o
                            std::ostream& err);
 int runWatermarkCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 int runTextCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+int runSettingsCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 }  // namespace qrl::app

@@ -26,6 +26,8 @@ constexpr Command kCommands[] = {
      qrl::app::runBurnTimecodeCommand},
     {"watermark", "lay a picture over a movie for its whole length", qrl::app::runWatermarkCommand},
     {"text", "lay a line of text over a movie for its whole length", qrl::app::runTextCommand},
+    {"settings", "describe and make compression settings (QuickTime atom containers)",
+     qrl::app::runSettingsCommand},
 };
 
 void printUsage(std::ostream& out) {
