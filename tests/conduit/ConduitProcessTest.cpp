@@ -118,6 +118,11 @@ TEST_F(ConduitProcessTest, AParentLaunchesConnectsAndCallsTheControllerAndAServi
   std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   EXPECT_NE(text.find("<xmeml"), std::string::npos) << text;
 
+  // The settings parser's work is queued: the answer is nil, and serving goes on.
+  EXPECT_TRUE(
+      proxy->send("loadCompressorPanelWithCompressionData:", {Value(archive::Data{0, 1, 2, 3})})
+          .isNull());
+
   // Alive well past six checks now that the parent reported itself.
   std::this_thread::sleep_for(std::chrono::milliseconds(8 * kIntervalMs));
   EXPECT_TRUE(alive(lastPid_));

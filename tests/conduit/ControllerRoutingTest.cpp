@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <mutex>
 #include <set>
 #include <thread>
 
@@ -7,6 +9,8 @@
 #include "conduit/QRLRemoteInterface.h"
 #include "platform/base/Exception.h"
 #include "platform/ipc/RunLoop.h"
+#include "platform/process/SystemLog.h"
+#include "settings/SettingsPresets.h"
 
 namespace qrl {
 namespace {
@@ -136,6 +140,43 @@ TEST(ConduitRouting, TheDefaultConduitServesTheEditListWriter) {
   EXPECT_THROW(controller.invoke("saveFinalCut7XmlToPaths:forTimecodeDetailsData:ignoreTimecode:",
                                  {Value("not an array"), Value(Value::Array{}), Value(false)}),
                Exception);
+}
+
+// The proof that the caller is answered before the parser works: the
+// parser's log line appears only once the main loop runs, on its thread.
+TEST(ConduitRouting, TheDefaultConduitsSettingsParserAnswersNilAndWorksLaterOnTheMainLoop) {
+  QRLQTConduitAppController controller;
+  ASSERT_EQ(controller.helperClasses()[1], "QRLQTSettingsParser");
+  std::mutex mutex;
+  std::vector<std::pair<std::thread::id, std::string>> logged;
+  auto previous = process::SystemLog::setSink([&](std::string_view message) {
+    std::lock_guard lock(mutex);
+    logged.emplace_back(std::this_thread::get_id(), std::string(message));
+  });
+  archive::Data preset = settings::SettingsPresets::largeSettings();
+  EXPECT_TRUE(
+      controller.invoke("loadCompressorPanelWithCompressionData:", {Value(preset)}).isNull());
+  {
+    std::lock_guard lock(mutex);
+    EXPECT_TRUE(logged.empty()) << "the parser ran before the caller had its answer";
+  }
+
+  auto& loop = ipc::RunLoop::main();
+  std::thread mainThread([&] { loop.run(); });
+  std::thread::id mainId = mainThread.get_id();
+  std::atomic<bool> drained{false};
+  loop.perform([&] { drained = true; });
+  while (!drained)
+    std::this_thread::yield();
+  loop.stop();
+  mainThread.join();
+  process::SystemLog::setSink(previous);
+  ASSERT_EQ(logged.size(), 1u);
+  EXPECT_EQ(logged[0].first, mainId);
+  EXPECT_EQ(logged[0].second,
+            "loadCompressorPanelWithCompressionData: " + std::to_string(preset.size()) +
+                " bytes of settings, " + std::to_string(preset.size()) +
+                " bytes chosen; the caller was answered nil");
 }
 
 TEST(RemoteInterface, EverySelectorIsDeclaredOnceWithItsProtocol) {
