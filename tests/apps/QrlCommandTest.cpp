@@ -13,54 +13,13 @@
 #include <string>
 #include <vector>
 
+#include "tests/apps/QrlRunner.h"
+
 namespace {
 
-struct Outcome {
-  int status = -1;
-  std::string out, err;
-};
-
-std::string slurp(const std::string& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-Outcome qrl(std::vector<std::string> args) {
-  char outPath[] = "/tmp/qrl-test-out-XXXXXX";
-  char errPath[] = "/tmp/qrl-test-err-XXXXXX";
-  int outFd = mkstemp(outPath);
-  int errFd = mkstemp(errPath);
-  EXPECT_GE(outFd, 0);
-  EXPECT_GE(errFd, 0);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, outFd, STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, errFd, STDERR_FILENO);
-  args.insert(args.begin(), QRL_PROGRAM);
-  std::vector<char*> argv;
-  for (auto& arg : args) {
-    argv.push_back(arg.data());
-  }
-  argv.push_back(nullptr);
-  Outcome run;
-  pid_t pid = 0;
-  int spawned = posix_spawn(&pid, QRL_PROGRAM, &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  EXPECT_EQ(spawned, 0) << "cannot start " << QRL_PROGRAM;
-  int waitStatus = 0;
-  if (spawned == 0 && waitpid(pid, &waitStatus, 0) == pid && WIFEXITED(waitStatus)) {
-    run.status = WEXITSTATUS(waitStatus);
-  }
-  close(outFd);
-  close(errFd);
-  run.out = slurp(outPath);
-  run.err = slurp(errPath);
-  unlink(outPath);
-  unlink(errPath);
-  return run;
-}
+using apps_testing::Outcome;
+using apps_testing::qrl;
+using apps_testing::slurp;
 
 TEST(QrlProgram, HelpListsEveryCommand) {
   Outcome run = qrl({"--help"});
