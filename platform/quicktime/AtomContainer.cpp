@@ -240,7 +240,8 @@ QTAtomType AtomContainer::nextChildType(QTAtom parentAtom, QTAtomType previous) 
   for (int32_t c = nodes_[static_cast<size_t>(n)].firstChild; c >= 0;
        c = nodes_[static_cast<size_t>(c)].nextSibling) {
     QTAtomType t = nodes_[static_cast<size_t>(c)].type;
-    if (!seen.insert(t).second)
+    // Type 0 ends the sequence, so such children are passed over.
+    if (t == 0 || !seen.insert(t).second)
       continue;
     if (previousPassed)
       return t;

@@ -79,7 +79,8 @@ class AtomContainer {
 
   // The child types of `parent` in the order each first occurs among its
   // children: 0 starts the sequence, and 0 comes back after the last type
-  // (or when `previous` is not a child type of `parent`).
+  // (or when `previous` is not a child type of `parent`). Children of type 0,
+  // which the sequence cannot name, are passed over.
   QTAtomType nextChildType(QTAtom parent, QTAtomType previous) const;
   // Children of one type; type 0 counts every child.
   int countChildrenOfType(QTAtom parent, QTAtomType type) const;
