@@ -171,6 +171,8 @@ TEST_F(ConduitProcessTest, ASecondConduitUnderALiveNameAndOneWithoutANameEnd) {
   auto first = launch(std::string("shared-name"));
   ASSERT_NE(first, nullptr);
   pid_t firstPid = lastPid_;
+  // Reported, so that it outlives the others however slowly they start and end.
+  first->send("setParentProcessId:", {Value(static_cast<int64_t>(getpid()))});
   pid_t second = start({"shared-name"});
   EXPECT_TRUE(exitsWithin(second, std::chrono::milliseconds(3000)).has_value());
   pid_t unnamed = start({""});

@@ -61,6 +61,21 @@ struct Services {
   }
 };
 
+// Runs the main loop on a thread of its own until the work queued so far is
+// done; returns that thread's identifier.
+std::thread::id drainMainLoop() {
+  auto& loop = ipc::RunLoop::main();
+  std::thread mainThread([&] { loop.run(); });
+  std::thread::id mainId = mainThread.get_id();
+  std::atomic<bool> drained{false};
+  loop.perform([&] { drained = true; });
+  while (!drained)
+    std::this_thread::yield();
+  loop.stop();
+  mainThread.join();
+  return mainId;
+}
+
 TEST(ConduitRouting, EachMessageGoesToTheFirstServiceInDispatchOrder) {
   Services services;
   QRLQTConduitAppController controller(services.factory());
@@ -85,15 +100,7 @@ TEST(ConduitRouting, SettingsParserWorkIsQueuedToTheMainLoopAndTheCallerGetsNil)
   EXPECT_TRUE(services.parser->performed.empty()) << "performed before the caller got its reply";
   EXPECT_TRUE(services.writer->performed.empty());
 
-  auto& loop = ipc::RunLoop::main();
-  std::thread mainThread([&] { loop.run(); });
-  std::thread::id mainId = mainThread.get_id();
-  std::atomic<bool> drained{false};
-  loop.perform([&] { drained = true; });
-  while (!drained)
-    std::this_thread::yield();
-  loop.stop();
-  mainThread.join();
+  std::thread::id mainId = drainMainLoop();
   EXPECT_EQ(services.parser->performed,
             (std::vector<std::string>{"parserAndWriter", "onlyParser"}));
   EXPECT_EQ(services.parser->thread, mainId);
@@ -161,15 +168,7 @@ TEST(ConduitRouting, TheDefaultConduitsSettingsParserAnswersNilAndWorksLaterOnTh
     EXPECT_TRUE(logged.empty()) << "the parser ran before the caller had its answer";
   }
 
-  auto& loop = ipc::RunLoop::main();
-  std::thread mainThread([&] { loop.run(); });
-  std::thread::id mainId = mainThread.get_id();
-  std::atomic<bool> drained{false};
-  loop.perform([&] { drained = true; });
-  while (!drained)
-    std::this_thread::yield();
-  loop.stop();
-  mainThread.join();
+  std::thread::id mainId = drainMainLoop();
   process::SystemLog::setSink(previous);
   ASSERT_EQ(logged.size(), 1u);
   EXPECT_EQ(logged[0].first, mainId);
