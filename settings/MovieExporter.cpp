@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "settings/CompressorRegistry.h"
 

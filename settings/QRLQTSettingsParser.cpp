@@ -1,6 +1,6 @@
 #include "settings/QRLQTSettingsParser.h"
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/FourCC.h"
 #include "settings/CompressorRegistry.h"
 #include "settings/MovieExporter.h"

@@ -2,14 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cctype>
 #include <cerrno>
-#include <fstream>
-#include <iterator>
 
-#include "platform/process/Exception.h"
+#include "platform/base/AtomicFile.h"
+#include "platform/base/Exception.h"
+#include "platform/base/FileIO.h"
 #include "platform/quicktime/AtomContainer.h"
 
 namespace qrl::settings {
@@ -69,18 +68,18 @@ std::vector<uint8_t> SettingsFile::decode(const std::string& contents) {
 }
 
 std::vector<uint8_t> SettingsFile::read(const std::filesystem::path& path) {
-  std::error_code error;
-  uintmax_t size = std::filesystem::file_size(path, error);
-  if (error)
-    throw Exception::fromErrno("read", path.string(), error.value());
+  FileDescriptor fd = openFile(path, O_RDONLY | O_CLOEXEC);
+  struct stat status {};
+  if (::fstat(fd.get(), &status) != 0)
+    throw Exception::fromErrno("stat", path.string(), errno);
+  auto size = static_cast<uintmax_t>(status.st_size);
   if (size > kLargestFile) {
     throw Exception::parse(path.string() + ": " + std::to_string(size) +
                            " bytes is too large for compression settings");
   }
-  std::ifstream in(path, std::ios::binary);
-  if (!in)
-    throw Exception::fromErrno("open", path.string(), errno);
-  std::string contents((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string contents(static_cast<size_t>(size), '\0');
+  contents.resize(readFully(
+      fd.get(), {reinterpret_cast<uint8_t*>(contents.data()), contents.size()}, path.string()));
   return decode(contents);
 }
 
@@ -98,31 +97,7 @@ std::string SettingsFile::hex(const std::vector<uint8_t>& bytes) {
 void SettingsFile::write(const std::filesystem::path& path, const std::vector<uint8_t>& bytes,
                          bool asHex) {
   std::string contents = asHex ? hex(bytes) + "\n" : std::string(bytes.begin(), bytes.end());
-  std::filesystem::path temporary = path;
-  temporary += ".XXXXXX";
-  std::string pattern = temporary.string();
-  int fd = ::mkstemp(pattern.data());
-  if (fd < 0)
-    throw Exception::fromErrno("create", pattern, errno);
-  size_t written = 0;
-  while (written < contents.size()) {
-    ssize_t n = ::write(fd, contents.data() + written, contents.size() - written);
-    if (n < 0 && errno == EINTR)
-      continue;
-    if (n < 0) {
-      int err = errno;
-      ::close(fd);
-      ::unlink(pattern.c_str());
-      throw Exception::fromErrno("write", pattern, err);
-    }
-    written += static_cast<size_t>(n);
-  }
-  ::fchmod(fd, 0644);
-  if (::close(fd) != 0 || ::rename(pattern.c_str(), path.c_str()) != 0) {
-    int err = errno;
-    ::unlink(pattern.c_str());
-    throw Exception::fromErrno("write", path.string(), err);
-  }
+  writeFileAtomically(path, contents);
 }
 
 }  // namespace qrl::settings

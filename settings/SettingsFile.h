@@ -21,9 +21,9 @@ class SettingsFile {
   // The container bytes of file contents in either form.
   static std::vector<uint8_t> decode(const std::string& contents);
 
-  // Writes the bytes (as upper-case hexadecimal text and a newline when
-  // `asHex`) beside `path` under a temporary name and renames it into place,
-  // so a failure leaves whatever was at `path` as it was.
+  // Replaces the file at `path` with the bytes (as upper-case hexadecimal
+  // text and a newline when `asHex`) in one step: a failure leaves whatever
+  // was at `path` as it was.
   static void write(const std::filesystem::path& path, const std::vector<uint8_t>& bytes,
                     bool asHex);
 

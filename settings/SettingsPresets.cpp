@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/process/Spawn.h"
 #include "settings/SettingsFile.h"
 

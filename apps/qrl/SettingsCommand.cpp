@@ -7,7 +7,7 @@
 
 #include "apps/qrl/Arguments.h"
 #include "apps/qrl/Command.h"
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/AtomContainer.h"
 #include "platform/quicktime/FourCC.h"
 #include "platform/quicktime/JsonMovieDescriber.h"

@@ -4,7 +4,7 @@
 #include <limits>
 #include <unordered_set>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/FourCC.h"
 
 namespace qrl::quicktime {

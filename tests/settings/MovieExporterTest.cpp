@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/Movie.h"
 #include "settings/CompressorRegistry.h"
 #include "settings/MovieExporter.h"

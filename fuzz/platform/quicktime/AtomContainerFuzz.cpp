@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/AtomContainer.h"
 #include "platform/quicktime/FourCC.h"
 

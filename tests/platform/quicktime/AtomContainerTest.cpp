@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/process/Exception.h"
+#include "platform/base/Exception.h"
 #include "platform/quicktime/AtomContainer.h"
 #include "platform/quicktime/FourCC.h"
 
