@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tests/apps/QrlRunner.h"
+#include "tests/platform/quicktime/Fixtures.h"
 
 namespace {
 
@@ -21,13 +22,6 @@ using nlohmann::json;
 
 class QrlSettings : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/qrl-settings-test-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
   json describe(const std::string& file, std::vector<std::string> more = {}) {
     std::vector<std::string> args{"settings", "describe", "--json"};
     args.insert(args.end(), more.begin(), more.end());
@@ -38,7 +32,8 @@ class QrlSettings : public ::testing::Test {
     return json::parse(run.out, nullptr, false);
   }
 
-  fs::path dir_;
+  ::qrl::quicktime::testing::TempDir temp_;
+  const fs::path& dir_ = temp_.path();
 };
 
 // Every compressor `codecs` lists, video and sound paired up, made with every
