@@ -43,10 +43,7 @@ set(QRL_SAME_LAYER_LINKS
   "platform_ipc>platform_archive"
   "platform_ipc>platform_process"
   # the records name frame rates and timecodes
-  "records>timecode"
-  # Until the protocol library holds the remote interface table, the client
-  # takes it from the conduit; then the client links protocol and ipc only.
-  "client>conduit")
+  "records>timecode")
 
 # Libraries that link nothing of ours at all: the timecode engine is the
 # standard library alone.

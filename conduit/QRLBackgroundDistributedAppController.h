@@ -4,9 +4,9 @@
 #include <optional>
 #include <vector>
 
-#include "conduit/QRLApplication.h"
 #include "conduit/QRLDistributedAppController.h"
 #include "conduit/SerialQueue.h"
+#include "protocol/QRLApplication.h"
 
 namespace qrl {
 

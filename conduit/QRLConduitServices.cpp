@@ -15,4 +15,21 @@ QRLConduitServices QRLMakeConduitServices() {
   return services;
 }
 
+std::span<const QRLRemoteMethod* const> QRLUnservedMethods() {
+  using namespace remote;
+  static constexpr const QRLRemoteMethod* kUnserved[] = {
+      &insertTimeCodeTrackIntoMovieTrackAttributes,
+      &insertTimeCodeTrackIntoMovieAtPathTrackAttributes,
+      &insertAudioTracksIntoMovieAtPath,
+      &insertTimecodeTracksFromComponentMoviesIntoAggregateMovieTrackAttributes,
+      &timecodesEmbeddedInFileAtPath,
+      &addCompressedTimecodeOverlayToMovieAtPathWithStartingTimecodeFrameRateAndCompressionPresetData,
+      &removeAudioTracksFromQuicktimeMovieAtPath,
+      &removeVideoTracksFromQuicktimeMovieAtPath,
+      &removeVideoTracksNotAddedByQuorlanProductsOverlayRoutinesFromQuickTimeMovieAtPath,
+      &loadCompressorPanelWithCompressionData,
+  };
+  return kUnserved;
+}
+
 }  // namespace qrl

@@ -6,14 +6,15 @@
 #include <cstdlib>
 #include <thread>
 
-#include "conduit/QRLApplicationLauncher.h"
-#include "conduit/QRLRemoteInterface.h"
 #include "fsutil/QRLFileSystemUtility.h"
 #include "platform/base/Exception.h"
 #include "platform/ipc/RunLoop.h"
 #include "platform/process/Application.h"
 #include "platform/process/RunningApplications.h"
 #include "platform/process/SystemLog.h"
+#include "protocol/QRLApplicationLauncher.h"
+#include "protocol/QRLRemoteInterface.h"
+#include "protocol/QRLWireValues.h"
 
 namespace qrl {
 
@@ -29,7 +30,9 @@ std::chrono::milliseconds QRLWatchInterval() {
   return std::chrono::milliseconds(5000);
 }
 
-QRLDistributedAppController::QRLDistributedAppController() : parentProcess_(getpid()) {}
+QRLDistributedAppController::QRLDistributedAppController() : parentProcess_(getpid()) {
+  bindOwnPerformers();
+}
 
 QRLDistributedAppController::~QRLDistributedAppController() = default;
 
@@ -91,7 +94,7 @@ std::unique_ptr<ipc::Proxy> QRLDistributedAppController::launchDistributedApplic
       parentAppCantBeSelf);
   if (proxy) {
     try {
-      proxy->send("setParentProcessId:", {Value(static_cast<int64_t>(getpid()))});
+      QRLCall(*proxy, remote::setParentProcessId, {Value(static_cast<int64_t>(getpid()))});
     } catch (const Exception& e) {
       process::SystemLog::write(e.what());
     }
@@ -168,43 +171,59 @@ void QRLDistributedAppController::setConnectionName(std::optional<std::string> n
   connectionName_ = std::move(name);
 }
 
-bool QRLDistributedAppController::isOwnSelector(std::string_view selector) {
-  const QRLRemoteMethod* method = QRLRemoteMethodForSelector(selector);
-  return method != nullptr &&
-         method->protocol == QRLProtocol::QRLDistributedAppCommunicationProtocol;
+bool QRLDistributedAppController::isOwnSelector(std::string_view selector) const {
+  return ownPerformers_.serves(selector);
 }
 
 std::optional<ipc::MethodSignature> QRLDistributedAppController::methodSignatureForSelector(
     std::string_view selector) {
-  if (!isOwnSelector(selector))
-    return std::nullopt;
-  return QRLRemoteMethodForSelector(selector)->signature;
+  if (const QRLRemoteMethod* method = ownPerformers_.methodForSelector(selector))
+    return method->signature();
+  return std::nullopt;
 }
 
 Value QRLDistributedAppController::invoke(const std::string& selector,
                                           const std::vector<Value>& arguments) {
-  if (selector == "vendAsDistributedObject") {
-    vendAsDistributedObject();
-  } else if (selector == "vendAsDistributedObjectWithRegisteredName:") {
-    vendAsDistributedObjectWithRegisteredName(*arguments.at(0).string());
-  } else if (selector == "distributedProcessIdentifier") {
-    return distributedProcessIdentifier();
-  } else if (selector == "ensureParentApplicationIsRunning") {
-    ensureParentApplicationIsRunning();
-  } else if (selector == "configureKillTimer") {
-    configureKillTimer();
-  } else if (selector == "setParentProcessId:") {
-    setParentProcessId(static_cast<int>(*arguments.at(0).integer()));
-  } else if (selector == "communicationLocked") {
-    return communicationLocked();
-  } else if (selector == "lockCommunication") {
-    lockCommunication();
-  } else if (selector == "killSelf") {
-    killSelf();
-  } else {
+  if (!isOwnSelector(selector))
     throw Exception::unsupported("unrecognized selector '" + selector + "'");
-  }
-  return Value();
+  return ownPerformers_.perform(selector, arguments);
+}
+
+void QRLDistributedAppController::bindOwnPerformers() {
+  using Arguments = QRLPerformers::Arguments;
+  auto& own = ownPerformers_;
+  own.bind(remote::vendAsDistributedObject, [this](const Arguments&) {
+    vendAsDistributedObject();
+    return Value();
+  });
+  own.bind(remote::vendAsDistributedObjectWithRegisteredName, [this](const Arguments& a) {
+    vendAsDistributedObjectWithRegisteredName(wire::string(a[0]));
+    return Value();
+  });
+  own.bind(remote::distributedProcessIdentifier,
+           [this](const Arguments&) { return Value(distributedProcessIdentifier()); });
+  own.bind(remote::ensureParentApplicationIsRunning, [this](const Arguments&) {
+    ensureParentApplicationIsRunning();
+    return Value();
+  });
+  own.bind(remote::configureKillTimer, [this](const Arguments&) {
+    configureKillTimer();
+    return Value();
+  });
+  own.bind(remote::setParentProcessId, [this](const Arguments& a) {
+    setParentProcessId(static_cast<int>(wire::integer(a[0])));
+    return Value();
+  });
+  own.bind(remote::communicationLocked,
+           [this](const Arguments&) { return Value(communicationLocked()); });
+  own.bind(remote::lockCommunication, [this](const Arguments&) {
+    lockCommunication();
+    return Value();
+  });
+  own.bind(remote::killSelf, [this](const Arguments&) {
+    killSelf();
+    return Value();
+  });
 }
 
 }  // namespace qrl

@@ -10,14 +10,13 @@
 #include <string>
 #include <vector>
 
+#include "conduit/QRLServiceObject.h"
 #include "platform/ipc/Proxy.h"
 #include "platform/ipc/RootObject.h"
 #include "platform/ipc/Server.h"
+#include "protocol/QRLApplicationLauncher.h"
 
 namespace qrl {
-
-inline constexpr std::string_view QRLDistributedParentMustNotBeSelfArgument =
-    "QRLDistributedParentMustNotBeSelfArgument";
 
 // How often the parent watches look. Five seconds; tests shorten it with the
 // environment variable QRL_WATCH_INTERVAL_MS (milliseconds).
@@ -81,15 +80,19 @@ class QRLDistributedAppController : public ipc::RootObject {
   void setConnectionName(std::optional<std::string> name);
 
   // The methods of the communication protocol, performed on the controller.
+  const QRLPerformers& ownPerformers() const { return ownPerformers_; }
   std::optional<ipc::MethodSignature> methodSignatureForSelector(
       std::string_view selector) override;
   archive::Value invoke(const std::string& selector,
                         const std::vector<archive::Value>& arguments) override;
 
  protected:
-  static bool isOwnSelector(std::string_view selector);
+  bool isOwnSelector(std::string_view selector) const;
 
  private:
+  void bindOwnPerformers();
+
+  QRLPerformers ownPerformers_;
   std::atomic<bool> accessed_{false};
   std::atomic<bool> vended_{false};
   std::atomic<bool> parentCantBeSelf_{false};

@@ -2,11 +2,13 @@
 
 #include <unistd.h>
 
-#include "conduit/RVM4Application.h"
+#include <algorithm>
+
 #include "platform/base/Exception.h"
 #include "platform/ipc/RunLoop.h"
 #include "platform/process/Application.h"
 #include "platform/process/SystemLog.h"
+#include "protocol/RVM4Application.h"
 
 namespace qrl {
 
@@ -27,6 +29,12 @@ void QRLQTConduitAppController::createServices() {
 
 void QRLQTConduitAppController::awakeFromNib() {
   createServices();
+  if (auto problems = performerProblems(); !problems.empty()) {
+    std::string message = "the remote interface is not bound as it should be:";
+    for (const auto& problem : problems)
+      message += "\n  " + problem;
+    throw Exception::internal(message);
+  }
   setIsBackgroundDaemon(true);
   validParentRunningQueue().async([this] { ensureParentApplicationIsRunning(); });
   auto arguments = process::Application::shared().arguments();
@@ -51,6 +59,28 @@ std::vector<std::string_view> QRLQTConduitAppController::helperClasses() const {
   }
   classes.push_back("QRLQTConduitAppController");
   return classes;
+}
+
+std::vector<std::string> QRLQTConduitAppController::performerProblems() const {
+  auto unserved = QRLUnservedMethods();
+  std::vector<std::string> problems;
+  for (const QRLRemoteMethod* method : QRLRemoteInterface()) {
+    std::string_view selector = method->selector();
+    int performers = ownPerformers().serves(selector) ? 1 : 0;
+    for (const auto& service :
+         {qtObject(), qtSettingsParser(), qtOverlayWriter(), mediaDocumentWriter()}) {
+      if (service && service->respondsToSelector(selector))
+        ++performers;
+    }
+    bool declaredUnserved = std::find(unserved.begin(), unserved.end(), method) != unserved.end();
+    if (declaredUnserved && performers > 0) {
+      problems.push_back(std::string(selector) + " is declared unserved but has a performer");
+    } else if (!declaredUnserved && performers != 1) {
+      problems.push_back(std::string(selector) + " has " + std::to_string(performers) +
+                         " performers");
+    }
+  }
+  return problems;
 }
 
 std::optional<ipc::MethodSignature> QRLQTConduitAppController::methodSignatureForSelector(

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -24,6 +26,11 @@ using QRLConduitServiceFactory = std::function<QRLConduitServices()>;
 // The services this build of the conduit offers.
 QRLConduitServices QRLMakeConduitServices();
 
+// The rows of the remote interface that this build does not serve: they are
+// answered "unrecognized selector". Every other row has exactly one
+// performer, which the controller checks at start-up.
+std::span<const QRLRemoteMethod* const> QRLUnservedMethods();
+
 // The conduit's root object: it owns the service objects and hands every
 // remote message that it does not perform itself to the first service that
 // answers it. The settings parser's work is queued to the main thread and
@@ -32,7 +39,8 @@ class QRLQTConduitAppController : public QRLBackgroundDistributedAppController {
  public:
   explicit QRLQTConduitAppController(QRLConduitServiceFactory factory = QRLMakeConduitServices);
 
-  // Start-up: fresh services, background daemon, the bundle watch on the
+  // Start-up: checks the performers (Exception::internal naming each row
+  // at fault), fresh services, background daemon, the bundle watch on the
   // parent-watch queue, then publishing (under argument 1 when given, else
   // under the decimal process identifier).
   void awakeFromNib() override;
@@ -40,6 +48,11 @@ class QRLQTConduitAppController : public QRLBackgroundDistributedAppController {
   // The names of the service classes in declaration order, then the
   // controller's own: empty slots give an empty name.
   std::vector<std::string_view> helperClasses() const;
+
+  // What is wrong with the binding of rows to performers: a served row
+  // without a performer or with more than one, an unserved row with one.
+  // Empty when every row of the remote interface is bound as it should be.
+  std::vector<std::string> performerProblems() const;
 
   std::optional<ipc::MethodSignature> methodSignatureForSelector(
       std::string_view selector) override;

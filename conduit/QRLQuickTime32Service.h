@@ -5,13 +5,11 @@
 
 namespace qrl {
 
-// The timecode-track service as the conduit serves it. A movie travels as its
-// path and is opened for the call (a file that does not open is a nil movie,
-// which each method answers in its documented way); a track as {"path",
-// "index"} with the index counted from 1; a size as {"width", "height"}; a
-// timecode definition as {"flags", "timeScale", "frameDuration",
-// "numFrames"}; a poster image as PNG file data (empty data for an empty
-// image); a timecode series as an array of strings.
+// The timecode-track service as the conduit serves it. Arguments and results
+// take their wire forms from protocol/QRLWireValues.h; a movie that does not
+// open is a nil movie, which each method answers in its documented way. A
+// poster image travels as PNG file data (empty data for an empty image), a
+// timecode series as an array of strings.
 class QRLQuickTime32Service : public QRLServiceObject {
  public:
   QRLQuickTime32Service();

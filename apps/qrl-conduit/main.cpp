@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "conduit/QRLQTConduitAppController.h"
+#include "platform/base/Exception.h"
 #include "platform/ipc/RunLoop.h"
 #include "platform/process/Application.h"
 #include "platform/process/SystemLog.h"
@@ -32,7 +33,12 @@ int main(int argc, char** argv) {
 
   // The controller lives for the whole process; watch threads hold on to it.
   auto* controller = new qrl::QRLQTConduitAppController();
-  controller->awakeFromNib();
+  try {
+    controller->awakeFromNib();
+  } catch (const qrl::Exception& e) {
+    std::fprintf(stderr, "qrl-conduit: %s\n", e.what());
+    return 70;  // EX_SOFTWARE: this build is broken, not its input
+  }
   if (!application.isTerminating())
     qrl::ipc::RunLoop::main().run();
 

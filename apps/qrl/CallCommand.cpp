@@ -6,11 +6,13 @@
 #include "apps/qrl/JsonValues.h"
 #include "clients/cpp/QRLConduitClient.h"
 #include "platform/base/Exception.h"
+#include "protocol/QRLRemoteInterface.h"
 
 namespace qrl::app {
 namespace {
 
 constexpr const char* kHelp = R"(usage: qrl call [--name NAME] [--conduit PATH] SELECTOR [ARG...]
+       qrl call --list
 
 Sends one remote method to a conduit and prints its result. Without --name a new conduit
 is started for the call (qrl registers itself as the running parent application), at
@@ -25,12 +27,28 @@ Each ARG is converted by the selector's signature:
   data                @FILE reads the file's bytes (a keyed archive, an image, settings)
   objects             any JSON; {"$data":"<base64>"} is data, null is nil
 
+--list prints every remote method, one a line: selector, protocol, argument kinds
+(comma-separated) and result kind, separated by tabs.
+
 The result is printed as JSON (a string result as plain text; data as {"$data": base64}).
 An error reply is printed to standard error and the exit status is 1.
 
 example: qrl call saveFinalCut7XmlToPaths:forTimecodeDetailsData:ignoreTimecode: \
            '["/tmp/empty.xml"]' '[]' false
 )";
+
+// Every row of the remote interface, as --list prints it.
+void listRemoteMethods(std::ostream& out) {
+  for (const QRLRemoteMethod* method : QRLRemoteInterface()) {
+    out << method->selector() << '\t' << QRLProtocolName(method->protocol()) << '\t';
+    const char* separator = "";
+    for (const ipc::ValueKind& kind : method->argumentKinds()) {
+      out << separator << kind.name();
+      separator = ",";
+    }
+    out << '\t' << method->resultKind().name() << '\n';
+  }
+}
 
 }  // namespace
 
@@ -40,7 +58,15 @@ int runCallCommand(const std::vector<std::string>& args, std::ostream& out, std:
     return kExitOk;
   }
   std::string error;
-  auto parsed = Arguments::parse(args, {"--name", "--conduit"}, {}, error);
+  auto parsed = Arguments::parse(args, {"--name", "--conduit"}, {"--list"}, error);
+  if (parsed && parsed->has("--list")) {
+    if (!parsed->positionals().empty()) {
+      err << "qrl call: --list takes no selector\n" << kHelp;
+      return kExitUsage;
+    }
+    listRemoteMethods(out);
+    return kExitOk;
+  }
   if (!parsed || parsed->positionals().empty()) {
     err << "qrl call: " << (parsed ? "a selector is required" : error) << "\n" << kHelp;
     return kExitUsage;
@@ -87,7 +113,7 @@ int runCallCommand(const std::vector<std::string>& args, std::ostream& out, std:
     archive::Value result = conduit->proxy().send(selector, std::move(arguments));
     if (const std::string* text = result.string()) {
       out << *text << "\n";
-    } else if (signature->result != ipc::Kind::None || !result.isNull()) {
+    } else if (signature->result != kind::None || !result.isNull()) {
       out << jsonFromValue(result).dump() << "\n";
     }
   } catch (const Exception& e) {

@@ -148,7 +148,7 @@ int runDemoCommand(const std::vector<std::string>& args, std::ostream& out, std:
   std::optional<std::string> start;
   if (added) {
     auto opened = quicktime::Movie::open(movie);
-    client::QRLTrackReference track{movie, static_cast<int32_t>(opened->tracks().size())};
+    QRLTrackReference track{movie, static_cast<int32_t>(opened->tracks().size())};
     start = conduit->quickTime().extractStartTimecodeFromTimecodeTrack(track);
   }
   out << "   "

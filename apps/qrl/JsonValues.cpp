@@ -4,6 +4,8 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "protocol/QRLWireKinds.h"
+
 namespace qrl::app {
 
 using archive::Value;
@@ -130,10 +132,10 @@ Value valueFromJson(const json& j) {
   }
 }
 
-Value valueFromArgument(const std::string& argument, ipc::Kind kind) {
+Value valueFromArgument(const std::string& argument, const ipc::ValueKind& wanted) {
   if (argument.size() > 1 && argument[0] == '@')
     return Value(readFile(argument.substr(1)));
-  if (kind == ipc::Kind::String || kind == ipc::Kind::Movie) {
+  if (wanted == kind::String || wanted == kind::Movie) {
     // A path or text as it stands; a JSON string literal is unquoted.
     if (argument.size() >= 2 && argument.front() == '"') {
       json parsed = json::parse(argument, nullptr, false);
@@ -142,7 +144,7 @@ Value valueFromArgument(const std::string& argument, ipc::Kind kind) {
     }
     return Value(argument);
   }
-  if (kind == ipc::Kind::Bool) {
+  if (wanted == kind::Bool) {
     if (argument == "YES" || argument == "yes" || argument == "true" || argument == "1") {
       return Value(true);
     }
@@ -153,10 +155,10 @@ Value valueFromArgument(const std::string& argument, ipc::Kind kind) {
   }
   json parsed = json::parse(argument, nullptr, false);
   if (parsed.is_discarded()) {
-    if (kind == ipc::Kind::Object)
+    if (wanted == kind::Object)
       return Value(argument);  // a bare word is a string
     throw std::invalid_argument("'" + argument + "' is not valid JSON for a " +
-                                std::string(ipc::kindName(kind)));
+                                std::string(wanted.name()));
   }
   // The caller's signature check names any mismatch of kind precisely.
   return valueFromJson(parsed);

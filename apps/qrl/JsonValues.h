@@ -18,7 +18,7 @@ archive::Value valueFromJson(const nlohmann::json& json);
 // One command-line argument for a parameter of `kind`: "@FILE" is the file's
 // bytes; strings and paths may be given plain; anything else is JSON.
 // Throws std::invalid_argument with a message naming the problem.
-archive::Value valueFromArgument(const std::string& argument, ipc::Kind kind);
+archive::Value valueFromArgument(const std::string& argument, const ipc::ValueKind& kind);
 
 std::string base64(const archive::Data& data);
 archive::Data fromBase64(const std::string& text);

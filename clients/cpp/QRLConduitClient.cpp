@@ -5,27 +5,15 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "conduit/QRLApplicationLauncher.h"
-#include "conduit/QRLRemoteInterface.h"
-#include "conduit/RVM4Application.h"
 #include "platform/base/Exception.h"
 #include "platform/process/Spawn.h"
+#include "protocol/QRLApplicationLauncher.h"
+#include "protocol/QRLRemoteInterface.h"
+#include "protocol/RVM4Application.h"
 
 namespace qrl::client {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-ipc::SignatureTable everySignature() {
-  ipc::SignatureTable table;
-  for (const auto& method : QRLRemoteInterface()) {
-    table.emplace(std::string(method.selector), method.signature);
-  }
-  return table;
-}
-
-}  // namespace
 
 std::string QRLConduitClient::defaultConduitPath() {
   if (const char* path = std::getenv("QRL_CONDUIT"); path != nullptr && *path != '\0')
@@ -59,7 +47,7 @@ std::unique_ptr<QRLConduitClient> QRLConduitClient::launch(
   auto proxy = launcher.launchDistributedApplicationAtPath(path, name, std::nullopt);
   if (!proxy)
     throw Exception::io("the conduit at " + path + " did not come up within 3 s");
-  proxy->setProtocolForProxy(everySignature());
+  proxy->setProtocolForProxy(QRLSignatureTable());
   std::unique_ptr<QRLConduitClient> client(
       new QRLConduitClient(std::move(proxy), launcher.lastLaunchedProcessIdentifier()));
   client->registration_ = std::move(registration);
@@ -71,7 +59,7 @@ std::unique_ptr<QRLConduitClient> QRLConduitClient::connect(const std::string& n
   auto proxy = ipc::Proxy::rootProxyForConnectionWithRegisteredName(name);
   if (!proxy)
     return nullptr;
-  proxy->setProtocolForProxy(everySignature());
+  proxy->setProtocolForProxy(QRLSignatureTable());
   pid_t pid = 0;
   std::unique_ptr<QRLConduitClient> client(new QRLConduitClient(std::move(proxy), pid));
   client->pid_ = client->communication().distributedProcessIdentifier();

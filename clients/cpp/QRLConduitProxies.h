@@ -6,46 +6,27 @@
 #include <vector>
 
 #include "platform/archive/Value.h"
+#include "platform/base/Point.h"
+#include "platform/base/Size.h"
 #include "platform/ipc/Proxy.h"
+#include "protocol/QRLRemoteInterface.h"
+#include "protocol/QRLWireValues.h"
 
 namespace qrl::client {
 
-// Wire forms of the small value kinds (see docs/protocol.md).
-struct QRLPoint {
-  float x = 0, y = 0;
-};
-struct QRLSize {
-  float width = 0, height = 0;
-};
-struct QRLTrackReference {
-  std::string moviePath;
-  int32_t index = 1;  // 1-based, as the toolbox counts tracks
-};
-struct QRLTimeCodeDef {
-  int32_t flags = 0;
-  int32_t fTimeScale = 0;
-  int32_t frameDuration = 0;
-  uint8_t numFrames = 0;
-};
-
-archive::Value wireValue(QRLPoint point);
-archive::Value wireValue(QRLSize size);
-archive::Value wireValue(const QRLTrackReference& track);
-archive::Value wireValue(const QRLTimeCodeDef& definition);
-archive::Value wireValue(const std::vector<std::string>& strings);
-archive::Value wireValue(const std::vector<archive::Data>& blobs);
-
-// One typed proxy per protocol. Movies are given by path; results that may be
-// nil are optional. Every call throws qrl::Exception on an error reply.
+// One typed proxy per protocol, over the rows of protocol/QRLRemoteInterface.h
+// and the wire forms of protocol/QRLWireValues.h (which also encodes the
+// overlay descriptions and colours that travel as objects). Movies are given
+// by path; results that may be nil are optional. Every call throws qrl::Exception on an error
+// reply.
 class QRLTypedProxy {
  public:
   explicit QRLTypedProxy(ipc::Proxy& proxy) : proxy_(proxy) {}
 
  protected:
-  archive::Value call(const std::string& selector, std::vector<archive::Value> arguments = {}) {
-    return proxy_.send(selector, std::move(arguments));
+  archive::Value call(const QRLRemoteMethod& method, std::vector<archive::Value> arguments = {}) {
+    return QRLCall(proxy_, method, std::move(arguments));
   }
-  static std::optional<std::string> optionalString(const archive::Value& value);
 
  private:
   ipc::Proxy& proxy_;
@@ -72,7 +53,7 @@ class QRLQuickTime32Proxy : public QRLTypedProxy {
   void setEnabledStateOfQTTimecodeTracksForMovie(const std::string& movie, bool enabled);
   archive::Value posterImageForFilePath(const std::string& path, bool compressImage);
   archive::Value posterImageForFilePath(const std::string& path);
-  QRLSize thumbnailSizeForImageSize(QRLSize size);
+  Size thumbnailSizeForImageSize(Size size);
   bool addTimecodeTrackToMovie(const std::string& movie, uint32_t videoFrameRate,
                                const std::string& beginningTimecode, bool includeTimeCode,
                                int32_t fontSize);
@@ -91,13 +72,13 @@ class QRLQTOverlayProxy : public QRLTypedProxy {
   using QRLTypedProxy::QRLTypedProxy;
   // Images travel as image-file bytes (PNG, JPEG, TIFF, ...).
   void overlayWatermarkImage(const archive::Data& image, const std::string& intoMovie,
-                             QRLPoint atLocation);
+                             Point atLocation);
   void overlayWatermarkImageIntoMovieAtPath(const archive::Data& image, const std::string& path,
-                                            QRLPoint atLocation);
+                                            Point atLocation);
   void overlayWatermarkImageIntoMovieAtPath(const archive::Data& image, const std::string& path,
-                                            QRLPoint atLocation, QRLSize withSize);
+                                            Point atLocation, Size withSize);
   void overlayTextualMessage(const std::string& message, const std::string& intoMovie,
-                             QRLPoint atLocation, int32_t withFontSize,
+                             Point atLocation, int32_t withFontSize,
                              const archive::Value& andColor);
   void addTextualWatermarkOverlayToMovieAtPath(const std::string& path,
                                                const archive::Data& overlayAttributes);

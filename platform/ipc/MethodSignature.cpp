@@ -1,121 +1,80 @@
 #include "platform/ipc/MethodSignature.h"
 
-#include <array>
 #include <limits>
+#include <mutex>
+#include <set>
 
 namespace qrl::ipc {
-namespace {
 
 using archive::Value;
 
-constexpr std::array kNames{
-    std::pair{Kind::None, "none"},
-    std::pair{Kind::Bool, "bool"},
-    std::pair{Kind::Int32, "int32"},
-    std::pair{Kind::UInt32, "uint32"},
-    std::pair{Kind::Int64, "int64"},
-    std::pair{Kind::UInt8, "uint8"},
-    std::pair{Kind::Point, "point"},
-    std::pair{Kind::Size, "size"},
-    std::pair{Kind::TimeCodeDef, "timecodedef"},
-    std::pair{Kind::String, "string"},
-    std::pair{Kind::Data, "data"},
-    std::pair{Kind::Object, "object"},
-    std::pair{Kind::Movie, "movie"},
-    std::pair{Kind::Track, "track"},
-};
+ValueKind ValueKind::named(std::string_view name) {
+  for (const ValueKind& generic : kind::kGeneric) {
+    if (generic.name() == name)
+      return generic;
+  }
+  // Kind names are few; each distinct one is stored once.
+  static std::mutex mutex;
+  static std::set<std::string, std::less<>> names;
+  std::lock_guard lock(mutex);
+  auto it = names.find(name);
+  if (it == names.end())
+    it = names.emplace(name).first;
+  return ValueKind(*it, nullptr);
+}
+
+namespace checks {
+
+std::string expected(std::string_view what, const Value& value) {
+  return "expected " + std::string(what) + ", got " + std::string(value.typeName());
+}
 
 std::optional<std::string> integerIn(const Value& value, int64_t low, int64_t high) {
   auto i = value.integer();
   if (!i)
-    return "expected an integer, got " + std::string(value.typeName());
+    return expected("an integer", value);
   if (*i < low || *i > high)
     return "integer " + std::to_string(*i) + " out of range";
   return std::nullopt;
 }
 
-std::optional<std::string> numericFields(const Value& value,
-                                         std::initializer_list<std::string_view> keys) {
-  if (!value.dictionary())
-    return "expected a dictionary, got " + std::string(value.typeName());
-  for (auto key : keys) {
-    const Value* field = value.find(key);
-    if (field == nullptr)
-      return "missing field '" + std::string(key) + "'";
-    if (!field->integer() && !field->real()) {
-      return "field '" + std::string(key) + "' is not a number";
-    }
-  }
+std::optional<std::string> none(const Value& value) {
+  return value.isNull() ? std::nullopt : std::optional<std::string>("expected no value");
+}
+
+std::optional<std::string> boolean(const Value& value) {
+  return value.boolean() ? std::nullopt : std::optional(expected("a boolean", value));
+}
+
+std::optional<std::string> int32(const Value& value) {
+  return integerIn(value, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max());
+}
+
+std::optional<std::string> uint32(const Value& value) {
+  return integerIn(value, 0, std::numeric_limits<uint32_t>::max());
+}
+
+std::optional<std::string> int64(const Value& value) {
+  return integerIn(value, std::numeric_limits<int64_t>::min(), std::numeric_limits<int64_t>::max());
+}
+
+std::optional<std::string> uint8(const Value& value) {
+  return integerIn(value, 0, 255);
+}
+
+std::optional<std::string> string(const Value& value) {
+  return value.string() ? std::nullopt : std::optional(expected("a string", value));
+}
+
+std::optional<std::string> data(const Value& value) {
+  return value.data() ? std::nullopt : std::optional(expected("data", value));
+}
+
+std::optional<std::string> anything(const Value&) {
   return std::nullopt;
 }
 
-}  // namespace
-
-std::string_view kindName(Kind kind) {
-  for (auto [k, name] : kNames) {
-    if (k == kind)
-      return name;
-  }
-  return "unknown";
-}
-
-std::optional<Kind> kindFromName(std::string_view name) {
-  for (auto [k, n] : kNames) {
-    if (n == name)
-      return k;
-  }
-  return std::nullopt;
-}
-
-std::optional<std::string> checkValue(Kind kind, const Value& value) {
-  switch (kind) {
-    case Kind::None:
-      return value.isNull() ? std::nullopt : std::optional<std::string>("expected no value");
-    case Kind::Bool:
-      if (value.boolean())
-        return std::nullopt;
-      return "expected a boolean, got " + std::string(value.typeName());
-    case Kind::Int32:
-      return integerIn(value, std::numeric_limits<int32_t>::min(),
-                       std::numeric_limits<int32_t>::max());
-    case Kind::UInt32:
-      return integerIn(value, 0, std::numeric_limits<uint32_t>::max());
-    case Kind::Int64:
-      return integerIn(value, std::numeric_limits<int64_t>::min(),
-                       std::numeric_limits<int64_t>::max());
-    case Kind::UInt8:
-      return integerIn(value, 0, 255);
-    case Kind::Point:
-      return numericFields(value, {"x", "y"});
-    case Kind::Size:
-      return numericFields(value, {"width", "height"});
-    case Kind::TimeCodeDef:
-      return numericFields(value, {"flags", "timeScale", "frameDuration", "numFrames"});
-    case Kind::String:
-    case Kind::Movie:
-      if (value.string())
-        return std::nullopt;
-      return "expected a string, got " + std::string(value.typeName());
-    case Kind::Data:
-      if (value.data())
-        return std::nullopt;
-      return "expected data, got " + std::string(value.typeName());
-    case Kind::Object:
-      return std::nullopt;
-    case Kind::Track: {
-      if (!value.dictionary())
-        return "expected a track dictionary";
-      const Value* path = value.find("path");
-      if (path == nullptr || !path->string())
-        return "track without a 'path' string";
-      const Value* index = value.find("index");
-      if (index == nullptr)
-        return "track without an 'index'";
-      return integerIn(*index, 1, std::numeric_limits<int32_t>::max());
-    }
-  }
-  return "unknown kind";
-}
+}  // namespace checks
 
 std::optional<std::string> checkArguments(const MethodSignature& signature,
                                           const std::vector<Value>& arguments) {
@@ -124,22 +83,21 @@ std::optional<std::string> checkArguments(const MethodSignature& signature,
            std::to_string(arguments.size());
   }
   for (size_t i = 0; i < arguments.size(); ++i) {
-    if (signature.arguments[i] == Kind::Object)
-      continue;
-    if (auto problem = checkValue(signature.arguments[i], arguments[i])) {
-      return "argument " + std::to_string(i + 1) + " (" +
-             std::string(kindName(signature.arguments[i])) + "): " + *problem;
+    const ValueKind& kind = signature.arguments[i];
+    if (auto problem = kind.problemWith(arguments[i])) {
+      return "argument " + std::to_string(i + 1) + " (" + std::string(kind.name()) +
+             "): " + *problem;
     }
   }
   return std::nullopt;
 }
 
-archive::Value signatureValue(const MethodSignature& signature) {
+Value signatureValue(const MethodSignature& signature) {
   Value::Array arguments;
-  for (Kind k : signature.arguments)
-    arguments.emplace_back(kindName(k));
+  for (const ValueKind& k : signature.arguments)
+    arguments.emplace_back(k.name());
   return Value::Dictionary{{"arguments", Value(std::move(arguments))},
-                           {"result", Value(kindName(signature.result))}};
+                           {"result", Value(signature.result.name())}};
 }
 
 std::optional<MethodSignature> signatureFromValue(const Value& value) {
@@ -147,17 +105,18 @@ std::optional<MethodSignature> signatureFromValue(const Value& value) {
   const Value* result = value.find("result");
   const Value::Array* names = arguments != nullptr ? arguments->array() : nullptr;
   const std::string* resultName = result != nullptr ? result->string() : nullptr;
-  if (names == nullptr || resultName == nullptr) return std::nullopt;
+  if (names == nullptr || resultName == nullptr)
+    return std::nullopt;
   MethodSignature signature;
   for (const auto& a : *names) {
     const std::string* name = a.string();
-    auto kind = name != nullptr ? kindFromName(*name) : std::nullopt;
-    if (!kind) return std::nullopt;
-    signature.arguments.push_back(*kind);
+    if (name == nullptr || name->empty())
+      return std::nullopt;
+    signature.arguments.push_back(ValueKind::named(*name));
   }
-  auto kind = kindFromName(*resultName);
-  if (!kind) return std::nullopt;
-  signature.result = *kind;
+  if (resultName->empty())
+    return std::nullopt;
+  signature.result = ValueKind::named(*resultName);
   return signature;
 }
 

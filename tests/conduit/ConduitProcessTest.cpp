@@ -13,7 +13,6 @@
 #include <fstream>
 #include <thread>
 
-#include "conduit/QRLApplicationLauncher.h"
 #include "conduit/QRLDistributedAppController.h"
 #include "platform/archive/PropertyList.h"
 #include "platform/base/Exception.h"
@@ -21,6 +20,7 @@
 #include "platform/ipc/Server.h"
 #include "platform/process/RunningApplications.h"
 #include "platform/process/Spawn.h"
+#include "protocol/QRLApplicationLauncher.h"
 
 namespace qrl {
 namespace {

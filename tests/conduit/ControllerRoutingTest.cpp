@@ -6,37 +6,37 @@
 #include <thread>
 
 #include "conduit/QRLQTConduitAppController.h"
-#include "conduit/QRLRemoteInterface.h"
 #include "platform/base/Exception.h"
 #include "platform/ipc/RunLoop.h"
 #include "platform/process/SystemLog.h"
+#include "protocol/QRLRemoteInterface.h"
 #include "settings/SettingsPresets.h"
 
 namespace qrl {
 namespace {
 
 using archive::Value;
-using ipc::Kind;
 
 // A service that answers a chosen set of selectors and records what it
 // performed and on which thread.
 class RecordingService : public QRLServiceObject {
  public:
-  RecordingService(std::string name, std::vector<std::string> selectors) : name_(std::move(name)) {
-    for (auto& selector : selectors) {
-      addPerformer(selector, [this, selector](const Arguments&) {
-        performed.push_back(selector);
-        thread = std::this_thread::get_id();
-        return Value(name_);
-      });
-    }
-  }
+  RecordingService(std::string name, std::vector<std::string> selectors)
+      : name_(std::move(name)), selectors_(selectors.begin(), selectors.end()) {}
   std::string_view className() const override { return name_; }
   std::optional<ipc::MethodSignature> instanceMethodSignatureForSelector(
       std::string_view selector) const override {
     if (!respondsToSelector(selector))
       return std::nullopt;
-    return ipc::MethodSignature{{}, Kind::Object};
+    return ipc::MethodSignature{{}, kind::Object};
+  }
+  bool respondsToSelector(std::string_view selector) const override {
+    return selectors_.contains(selector);
+  }
+  Value invoke(std::string_view selector, const Arguments&) override {
+    performed.emplace_back(selector);
+    thread = std::this_thread::get_id();
+    return Value(name_);
   }
 
   std::vector<std::string> performed;
@@ -44,6 +44,7 @@ class RecordingService : public QRLServiceObject {
 
  private:
   std::string name_;
+  std::set<std::string, std::less<>> selectors_;
 };
 
 struct Services {
@@ -118,7 +119,7 @@ TEST(ConduitRouting, SignaturesAreLookedUpInDeclarationOrderThenOnTheController)
   // Known only to the controller's own class: performed there, not forwarded.
   auto signature = controller.methodSignatureForSelector("communicationLocked");
   ASSERT_TRUE(signature.has_value());
-  EXPECT_EQ(signature->result, Kind::Bool);
+  EXPECT_EQ(signature->result, kind::Bool);
   EXPECT_EQ(controller.invoke("communicationLocked", {}), Value(false));
   controller.invoke("lockCommunication", {});
   EXPECT_EQ(controller.invoke("communicationLocked", {}), Value(true));
@@ -141,7 +142,7 @@ TEST(ConduitRouting, TheDefaultConduitServesTheEditListWriter) {
   auto signature = controller.methodSignatureForSelector(
       "saveFinalCut7XmlToPaths:forTimecodeDetailsData:ignoreTimecode:");
   ASSERT_TRUE(signature.has_value());
-  EXPECT_EQ(signature->result, Kind::Bool);
+  EXPECT_EQ(signature->result, kind::Bool);
   ASSERT_EQ(controller.helperClasses()[3], "QRLMediaDocumentWriter32");
   // Malformed arguments of the right kinds are refused with a clear error.
   EXPECT_THROW(controller.invoke("saveFinalCut7XmlToPaths:forTimecodeDetailsData:ignoreTimecode:",
@@ -178,28 +179,27 @@ TEST(ConduitRouting, TheDefaultConduitsSettingsParserAnswersNilAndWorksLaterOnTh
                 " bytes chosen; the caller was answered nil");
 }
 
-TEST(RemoteInterface, EverySelectorIsDeclaredOnceWithItsProtocol) {
-  std::set<std::string_view> seen;
-  std::map<QRLProtocol, int> perProtocol;
-  for (const auto& method : QRLRemoteInterface()) {
-    EXPECT_TRUE(seen.insert(method.selector).second) << method.selector;
-    ++perProtocol[method.protocol];
-    size_t colons = std::count(method.selector.begin(), method.selector.end(), ':');
-    EXPECT_EQ(colons, method.signature.arguments.size()) << method.selector;
-  }
-  EXPECT_EQ(perProtocol[QRLProtocol::QRLDistributedAppCommunicationProtocol], 9);
-  EXPECT_EQ(perProtocol[QRLProtocol::QRLQuickTime32Protocol], 14);
-  EXPECT_EQ(perProtocol[QRLProtocol::QRLQTOverlayProtocol], 14);
-  EXPECT_EQ(perProtocol[QRLProtocol::QRLDistributedQTOverlayProtocol], 9);
-  EXPECT_EQ(perProtocol[QRLProtocol::QRLQTSettingsParserProtocol], 1);
-  EXPECT_EQ(perProtocol[QRLProtocol::QRLMediaDocumentWriter32Protocol], 2);
+// Every row is served by exactly one performer or declared unserved; a
+// service answering a row the controller performs itself, or nothing
+// answering a served row, is reported by name.
+TEST(ConduitRouting, EveryRowHasOnePerformerOrIsDeclaredUnserved) {
+  QRLQTConduitAppController controller;
+  EXPECT_EQ(controller.performerProblems(), std::vector<std::string>{});
 
-  // Spellings that are part of the wire interface.
-  EXPECT_NE(QRLRemoteMethodForSelector("durationOfFileInMiliseconds:"), nullptr);
-  EXPECT_NE(QRLRemoteMethodForSelector("addQuicktimeTimecodeOverlayToVideoAtPath:startTimcode:"
-                                       "withBurnAttributeWrapper:conformingToVideoFrameRate:"),
-            nullptr);
-  EXPECT_EQ(QRLSignatureTableForProtocol(QRLProtocol::QRLQTSettingsParserProtocol).size(), 1u);
+  Services services;
+  services.qt = std::make_shared<RecordingService>(
+      "QT", std::vector<std::string>{"killSelf", "removeAudioTracksFromQuicktimeMovieAtPath:"});
+  QRLQTConduitAppController broken(services.factory());
+  auto problems = broken.performerProblems();
+  auto mentions = [&](const std::string& text) {
+    return std::find(problems.begin(), problems.end(), text) != problems.end();
+  };
+  EXPECT_TRUE(mentions("killSelf has 2 performers"));
+  EXPECT_TRUE(
+      mentions("removeAudioTracksFromQuicktimeMovieAtPath: is declared unserved but has a "
+               "performer"));
+  EXPECT_TRUE(mentions("durationOfFileInMiliseconds: has 0 performers"));
+  EXPECT_THROW(broken.awakeFromNib(), Exception);
 }
 
 }  // namespace

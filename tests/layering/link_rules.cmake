@@ -13,7 +13,7 @@ set(allowed
   "xmeml>platform_quicktime"
   "protocol>platform_ipc"
   "conduit>protocol"
-  "client>conduit")
+  "client>protocol")
 set(refused
   "platform_base>platform_process"
   "platform_quicktime>movie"
@@ -24,6 +24,7 @@ set(refused
   "movie>xmeml"
   "protocol>conduit"
   "conduit>client"
+  "client>conduit"
   "movie>nonesuch")
 
 set(failures 0)

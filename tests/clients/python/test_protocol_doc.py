@@ -1,16 +1,14 @@
 """docs/protocol.md is the contract: its method tables must match the remote
-interface table in the source and what a running conduit answers."""
+interface table of the protocol library and what a running conduit answers."""
 
 import os
 import re
+import subprocess
 import unittest
 
-from support import SOURCE_DIR, RuntimeTestCase, qrl_conduit
+from support import BINARY_DIR, SOURCE_DIR, RuntimeTestCase, qrl_conduit
 
-KIND_NAMES = {"None": "none", "Bool": "bool", "Int32": "int32", "UInt32": "uint32",
-              "Int64": "int64", "UInt8": "uint8", "Point": "point", "Size": "size",
-              "TimeCodeDef": "timecodedef", "String": "string", "Data": "data",
-              "Object": "object", "Movie": "movie", "Track": "track"}
+QRL = os.path.join(BINARY_DIR, "apps", "qrl", "qrl")
 
 
 def documented_methods():
@@ -35,15 +33,13 @@ def documented_methods():
 
 
 def source_methods():
-    """The same shape from the conduit's remote interface table."""
-    path = os.path.join(SOURCE_DIR, "conduit", "QRLRemoteInterface.cpp")
-    with open(path, encoding="utf-8") as f:
-        text = re.sub(r'"\s*\n\s*"', "", f.read())  # join split string literals
-    entries = re.findall(r'\{"([^"]+)",\s*P::(\w+),\s*\{\{([^}]*)\},\s*Kind::(\w+)\}\}', text)
+    """The same shape from the remote interface table, as `qrl call --list` prints it."""
+    listing = subprocess.run([QRL, "call", "--list"], check=True, capture_output=True,
+                             text=True).stdout
     methods = {}
-    for selector, protocol, arguments, result in entries:
-        kinds = [KIND_NAMES[k.strip().split("::")[1]] for k in arguments.split(",") if k.strip()]
-        methods[selector] = (protocol, kinds, KIND_NAMES[result])
+    for line in listing.splitlines():
+        selector, protocol, arguments, result = line.split("\t")
+        methods[selector] = (protocol, [k for k in arguments.split(",") if k], result)
     return methods
 
 

@@ -1,4 +1,4 @@
-#include "conduit/QRLApplication.h"
+#include "protocol/QRLApplication.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -6,10 +6,10 @@
 #include <random>
 #include <system_error>
 
-#include "conduit/RVM4Application.h"
-#include "conduit/SharedInstance.h"
 #include "fsutil/PathComponents.h"
 #include "fsutil/QRLFileSystemUtility.h"
+#include "protocol/RVM4Application.h"
+#include "protocol/SharedInstance.h"
 
 namespace qrl {
 

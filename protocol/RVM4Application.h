@@ -1,6 +1,6 @@
 #pragma once
 
-#include "conduit/RVMApplication.h"
+#include "protocol/RVMApplication.h"
 
 namespace qrl {
 

@@ -5,12 +5,17 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "conduit/QRLRemoteInterface.h"
 #include "platform/ipc/Proxy.h"
+#include "protocol/QRLRemoteInterface.h"
 
 namespace qrl {
+
+// The launch argument that tells a child its parent must not be itself.
+inline constexpr std::string_view QRLDistributedParentMustNotBeSelfArgument =
+    "QRLDistributedParentMustNotBeSelfArgument";
 
 // Starts an application as a separate background process and connects to the
 // object it publishes under a registered name.

@@ -5,7 +5,7 @@
 #include <set>
 #include <thread>
 
-#include "conduit/RVM4Application.h"
+#include "protocol/RVM4Application.h"
 
 namespace qrl {
 namespace {

@@ -1,4 +1,4 @@
-#include "conduit/QRLApplicationLauncher.h"
+#include "protocol/QRLApplicationLauncher.h"
 
 #include <poll.h>
 #include <sys/inotify.h>
@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <thread>
 
-#include "conduit/QRLDistributedAppController.h"
 #include "platform/base/Exception.h"
 #include "platform/base/FileDescriptor.h"
 #include "platform/process/RuntimeDirectory.h"

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <thread>
 
-#include "conduit/QRLApplicationLauncher.h"
+#include "protocol/QRLApplicationLauncher.h"
 
 namespace qrl {
 namespace {

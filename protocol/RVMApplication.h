@@ -1,6 +1,6 @@
 #pragma once
 
-#include "conduit/QRLApplication.h"
+#include "protocol/QRLApplication.h"
 
 namespace qrl {
 
