@@ -15,6 +15,7 @@
 
 #include "clients/cpp/QRLConduitClient.h"
 #include "platform/ipc/Message.h"
+#include "protocol/QRLRemoteInterface.h"
 
 namespace {
 
@@ -56,7 +57,7 @@ int main(int argc, char** argv) {
 
   // The same bytes over a bare socket pair, echoed by a thread.
   qrl::ipc::Request request;
-  request.selector = "communicationLocked";
+  request.selector = qrl::remote::communicationLocked.selector();
   auto requestBytes = qrl::ipc::encodeRequest(request);
   qrl::ipc::Reply reply;
   reply.result = qrl::archive::Value(false);
