@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "conduit/QRLServiceObject.h"
+#include "conduit/QRLPerformers.h"
 #include "platform/ipc/Proxy.h"
 #include "platform/ipc/RootObject.h"
 #include "platform/ipc/Server.h"
