@@ -36,6 +36,29 @@ void putColor(Value::Dictionary& into, std::string_view key,
     into[std::string(key)] = encode(*color);
 }
 
+// The accessors a text and a timecode overlay share: where the text starts,
+// its size and colours.
+template <typename Overlay>
+void readTextStyle(const QRLFieldReader& fields, Overlay& o) {
+  o.xCoordinate = fields.int32("xCoordinate");
+  o.yCoordinate = fields.int32("yCoordinate");
+  o.includeBackgroundColor = fields.boolean("includeBackgroundColor");
+  o.backgroundColor = optionalColor(fields, "backgroundColor");
+  o.textColor = optionalColor(fields, "textColor");
+  o.fontSize = fields.int32("fontSize");
+}
+
+template <typename Overlay>
+Value::Dictionary textStyleDictionary(const Overlay& o) {
+  Value::Dictionary d{{"xCoordinate", Value(o.xCoordinate)},
+                      {"yCoordinate", Value(o.yCoordinate)},
+                      {"includeBackgroundColor", Value(o.includeBackgroundColor)},
+                      {"fontSize", Value(o.fontSize)}};
+  putColor(d, "backgroundColor", o.backgroundColor);
+  putColor(d, "textColor", o.textColor);
+  return d;
+}
+
 QRLColorComponents fromArchive(const archive::Color& color) {
   return {color.red(), color.green(), color.blue(), color.alpha()};
 }
@@ -144,14 +167,9 @@ QRLColorComponents color(const Value& value, const std::string& what) {
 }
 
 Value encode(const QRLTextOverlayDescription& o) {
-  Value::Dictionary d{{"xCoordinate", Value(o.xCoordinate)},
-                      {"yCoordinate", Value(o.yCoordinate)},
-                      {"includeBackgroundColor", Value(o.includeBackgroundColor)},
-                      {"fontSize", Value(o.fontSize)}};
+  Value::Dictionary d = textStyleDictionary(o);
   if (o.text)
     d["text"] = *o.text;
-  putColor(d, "backgroundColor", o.backgroundColor);
-  putColor(d, "textColor", o.textColor);
   return d;
 }
 
@@ -159,12 +177,7 @@ QRLTextOverlayDescription textOverlay(const Value& value) {
   QRLFieldReader fields(value, "the text overlay");
   QRLTextOverlayDescription o;
   o.text = fields.string("text");
-  o.xCoordinate = fields.int32("xCoordinate");
-  o.yCoordinate = fields.int32("yCoordinate");
-  o.includeBackgroundColor = fields.boolean("includeBackgroundColor");
-  o.backgroundColor = optionalColor(fields, "backgroundColor");
-  o.textColor = optionalColor(fields, "textColor");
-  o.fontSize = fields.int32("fontSize");
+  readTextStyle(fields, o);
   return o;
 }
 
@@ -188,14 +201,9 @@ QRLImageOverlayDescription imageOverlay(const Value& value) {
 }
 
 Value encodeHolder(const QRLTimecodeOverlayDescription& o) {
-  Value::Dictionary d{{"xCoordinate", Value(o.xCoordinate)},
-                      {"yCoordinate", Value(o.yCoordinate)},
-                      {"width", Value(o.width)},
-                      {"height", Value(o.height)},
-                      {"includeBackgroundColor", Value(o.includeBackgroundColor)},
-                      {"fontSize", Value(o.fontSize)}};
-  putColor(d, "backgroundColor", o.backgroundColor);
-  putColor(d, "textColor", o.textColor);
+  Value::Dictionary d = textStyleDictionary(o);
+  d["width"] = o.width;
+  d["height"] = o.height;
   return Value::Dictionary{{"embeddedTimecodeOverlay", Value(std::move(d))}};
 }
 
@@ -206,14 +214,9 @@ QRLTimecodeOverlayDescription timecodeOverlayHolder(const Value& value) {
   if (embedded == nullptr)
     return o;
   QRLFieldReader fields(*embedded, "field 'embeddedTimecodeOverlay'");
-  o.xCoordinate = fields.int32("xCoordinate");
-  o.yCoordinate = fields.int32("yCoordinate");
+  readTextStyle(fields, o);
   o.width = fields.int32("width");
   o.height = fields.int32("height");
-  o.includeBackgroundColor = fields.boolean("includeBackgroundColor");
-  o.backgroundColor = optionalColor(fields, "backgroundColor");
-  o.textColor = optionalColor(fields, "textColor");
-  o.fontSize = fields.int32("fontSize");
   return o;
 }
 
