@@ -27,7 +27,6 @@ std::span<const QRLRemoteMethod* const> QRLUnservedMethods() {
       &removeAudioTracksFromQuicktimeMovieAtPath,
       &removeVideoTracksFromQuicktimeMovieAtPath,
       &removeVideoTracksNotAddedByQuorlanProductsOverlayRoutinesFromQuickTimeMovieAtPath,
-      &loadCompressorPanelWithCompressionData,
   };
   return kUnserved;
 }
