@@ -121,8 +121,9 @@ endfunction()
 # qrl_add_fuzz_target(<name> SOURCES ... LIBS ... [FOLDERS ...])
 # The sources define LLVMFuzzerTestOneInput. Always builds <name>_replay, which
 # feeds every file of fuzz/corpus/<name>/ to it and is a CTest test; with
-# QRL_FUZZ and clang, also builds <name>_fuzzer for real fuzzing. FOLDERS as
-# for qrl_support_includes.
+# QRL_FUZZ and clang, also builds <name>_fuzzer for real fuzzing, with a short
+# CTest run from an empty corpus that proves it links and runs. FOLDERS as for
+# qrl_support_includes.
 function(qrl_add_fuzz_target name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;FOLDERS" ${ARGN})
   add_executable(${name}_replay ${ARG_SOURCES} ${PROJECT_SOURCE_DIR}/fuzz/replay_main.cpp)
@@ -137,6 +138,10 @@ function(qrl_add_fuzz_target name)
     target_link_options(${name}_fuzzer PRIVATE -fsanitize=fuzzer,address,undefined)
     target_link_libraries(${name}_fuzzer PRIVATE ${ARG_LIBS})
     qrl_support_includes(${name}_fuzzer ${ARG_FOLDERS})
+    qrl_set_warnings(${name}_fuzzer)
+    add_test(NAME fuzz_smoke.${name}
+             COMMAND ${name}_fuzzer -runs=2000 -seed=1
+                     -artifact_prefix=${CMAKE_CURRENT_BINARY_DIR}/${name}-)
   endif()
 endfunction()
 

@@ -1,6 +1,7 @@
 // Timecode text and numbers from arbitrary bytes: the first 12 bytes become a rate and a
 // frame count, the rest is the text. Nothing may crash, hang or allocate without bound,
 // and the few invariants below must hold.
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <stdexcept>
@@ -40,6 +41,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   auto definition =
       static_cast<qrl::QRLMovieRateDefinition>(98 + static_cast<uint32_t>(frames) % 18);
   bool flag = (frames & 1) != 0;
+  // A caller converts its rate to a whole number only when it fits; the bytes may hold NaN.
+  int32_t wholeRate =
+      std::isfinite(rate) && std::fabs(rate) < 2.0e9 ? static_cast<int32_t>(rate) : 0;
   U utility;
 
   bool valid = U::isValidTimeCode(text);
@@ -60,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } catch (const std::out_of_range&) {
   }
   try {
-    U::incrementTimecode(text, frames, static_cast<int32_t>(rate));
+    U::incrementTimecode(text, frames, wholeRate);
   } catch (const std::domain_error&) {
   }
   auto series =

@@ -76,7 +76,9 @@ int mapProc(thandle_t, void**, toff_t*) {
 }
 void unmapProc(thandle_t, void*, toff_t) {}
 
-int errorHandler(TIFF*, void* userData, const char* module, const char* format, va_list args) {
+// libtiff hands over its own printf format; the attribute lets the compiler see that.
+__attribute__((format(printf, 4, 0))) int errorHandler(TIFF*, void* userData, const char* module,
+                                                       const char* format, va_list args) {
   auto* file = static_cast<MemoryFile*>(userData);
   if (file->error.empty()) {
     char text[512];
